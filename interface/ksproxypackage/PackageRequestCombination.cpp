@@ -1,0 +1,5 @@
+#include "PackageRequestCombination.h"
+
+PackageRequestCombination::PackageRequestCombination() = default;
+
+PackageRequestCombination::~PackageRequestCombination() = default;

@@ -1,0 +1,7 @@
+#include "PackageRequestReadData.h"
+
+PackageRequestReadData::PackageRequestReadData()
+    : PackageRequestRead(0)
+{ }
+
+PackageRequestReadData::~PackageRequestReadData() = default;

@@ -1,0 +1,7 @@
+#include "PackageRequestReadFile.h"
+
+PackageRequestReadFile::PackageRequestReadFile()
+    : PackageRequestRead(1)
+{ }
+
+PackageRequestReadFile::~PackageRequestReadFile() = default;

@@ -1,0 +1,7 @@
+#include "PackageRequestReadMemData.h"
+
+PackageRequestReadMemData::PackageRequestReadMemData()
+    : PackageRequestRead(2)
+{ }
+
+PackageRequestReadMemData::~PackageRequestReadMemData() = default;

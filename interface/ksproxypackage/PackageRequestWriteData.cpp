@@ -1,0 +1,7 @@
+#include "PackageRequestWriteData.h"
+
+PackageRequestWriteData::PackageRequestWriteData()
+    : PackageRequestWrite(0)
+{ }
+
+PackageRequestWriteData::~PackageRequestWriteData() = default;

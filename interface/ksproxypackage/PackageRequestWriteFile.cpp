@@ -1,0 +1,7 @@
+#include "PackageRequestWriteFile.h"
+
+PackageRequestWriteFile::PackageRequestWriteFile()
+    : PackageRequestWrite(1)
+{ }
+
+PackageRequestWriteFile::~PackageRequestWriteFile() = default;

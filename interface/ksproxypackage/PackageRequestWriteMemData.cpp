@@ -1,0 +1,7 @@
+#include "PackageRequestWriteMemData.h"
+
+PackageRequestWriteMemData::PackageRequestWriteMemData()
+    : PackageRequestWrite(2)
+{ }
+
+PackageRequestWriteMemData::~PackageRequestWriteMemData() = default;

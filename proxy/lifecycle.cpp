@@ -1,0 +1,203 @@
+#include "KVTServerMessageOldProxy.h"
+
+#include "MsgSocketClient.h"
+#include "MsgThread.h"
+#include "NotifyStruct.h"
+#include "PackageBase.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QMutexLocker>
+#include <QSet>
+
+#include <utility>
+
+namespace {
+
+constexpr int WorkerIntervalMs = 10;
+constexpr unsigned long WorkerStopTimeoutMs = 100;
+constexpr unsigned long RegisterPassMs = 50;
+constexpr int RegisterPasses = 100;
+constexpr int ErrorCode = 4000;
+
+// Room from the start, so that an append seldom moves a list whose emptiness is being looked at
+// without its lock.
+constexpr int ReservedEntries = 1024;
+
+} // namespace
+
+KVTServerMessageOldProxy::KVTServerMessageOldProxy()
+{
+    m_sendList.reserve(ReservedEntries);
+    m_notifyList.reserve(ReservedEntries);
+    qDebug() << "KVTServerMessageOldProxy m_binit" << m_binit.load();
+}
+
+KVTServerMessageOldProxy::~KVTServerMessageOldProxy()
+{
+    KVTServerMessageOldProxy::Terminate();
+}
+
+void KVTServerMessageOldProxy::Initalize()
+{
+    if (m_binit) {
+        qDebug() << "KVTServerMessageOldProxy::Initalize has init!";
+        return;
+    }
+    m_binit = true;
+    creatMsgClient();
+    m_bNotifyStop = false;
+    startWorker(&m_pNotifyThread, SLOT(NotifyThreadFun(bool)));
+    m_bSendStop = false;
+    startWorker(&m_pSendThread, SLOT(SendThreadFun(bool)));
+    m_nIdleCount = 0;
+}
+
+void KVTServerMessageOldProxy::creatMsgClient()
+{
+    if (m_pMsgClient != nullptr)
+        return;
+    m_pMsgClient = new MsgSocketClient;
+    connect(m_pMsgClient, SIGNAL(receivedInfos(QByteArray)), this,
+            SLOT(OnReceiveMessage(QByteArray)), Qt::AutoConnection);
+}
+
+// The workers only tick: through the queued connection every pass of a loop runs on this thread.
+void KVTServerMessageOldProxy::startWorker(MsgThread **worker, const char *loop)
+{
+    if (*worker == nullptr) {
+        *worker = new MsgThread(WorkerIntervalMs, nullptr);
+        connect(*worker, SIGNAL(doInfo(bool)), this, loop, Qt::QueuedConnection);
+    }
+    if (!(*worker)->isRunning())
+        (*worker)->start(QThread::InheritPriority);
+}
+
+bool KVTServerMessageOldProxy::Register(const QString &name, QString *serverVersion,
+                                        const QString &version)
+{
+    Q_UNUSED(name)
+    Q_UNUSED(version)
+    if (m_pMsgClient == nullptr)
+        return false;
+    if (!m_pMsgClient->connectServer()) {
+        m_bConnected = false;
+        setRegisted(false);
+        return false;
+    }
+    m_bConnected = true;
+    // Before anything is sent, on purpose: commands may be queued at once, and the wait below ends
+    // after its first pass unless the server has refused by then.
+    setRegisted(true);
+    SendCommand(TarnEnum::RegisterClient, QLatin1String(""));
+    for (int pass = 1; pass <= RegisterPasses; ++pass) {
+        QCoreApplication::processEvents();
+        QThread::msleep(RegisterPassMs);
+        if (isRegisted())
+            break;
+    }
+    if (serverVersion != nullptr)
+        *serverVersion = m_strServerVer;
+    return isRegisted();
+}
+
+bool KVTServerMessageOldProxy::UnRegister()
+{
+    if (!isRegisted())
+        return true;
+    if (m_pMsgClient == nullptr)
+        return false;
+    setRegisted(false);
+    clearEquipmentTable();
+    m_bConnected = false;
+    return true;
+}
+
+void KVTServerMessageOldProxy::Terminate()
+{
+    m_bNotifyStop = true;
+    m_bSendStop = true;
+    stopWorker(&m_pNotifyThread, &m_notifyMutex, &m_notifyCondition);
+    stopWorker(&m_pSendThread, &m_sendMutex, &m_sendCondition);
+    deletePendingRequests();
+    deleteQueue(&m_notifyList, &m_notifyMutex);
+    deleteQueue(&m_sendList, &m_sendMutex);
+    clearEquipmentTable();
+    m_binit = false;
+}
+
+// The condition is woken without a worker too: a blocking loop may wait on it.
+void KVTServerMessageOldProxy::stopWorker(MsgThread **worker, QMutex *mutex,
+                                          QWaitCondition *condition)
+{
+    MsgThread *const thread = std::exchange(*worker, nullptr);
+    if (thread != nullptr)
+        thread->setStop(true);
+    {
+        const QMutexLocker locker(mutex);
+        condition->wakeAll();
+        if (thread != nullptr)
+            thread->wait(WorkerStopTimeoutMs);
+    }
+    if (thread == nullptr)
+        return;
+    thread->exit(0);
+    // Connected before the state is asked for: a worker that is still running is released when it
+    // ends, and never while it runs, which would abort the process.
+    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    if (!thread->isRunning())
+        thread->deleteLater();
+}
+
+// The requests are the application's, yet they are deleted and never completed: after Terminate
+// nobody could tell it what became of them.
+void KVTServerMessageOldProxy::deletePendingRequests()
+{
+    const QMutexLocker locker(&m_requestMutex);
+    QSet<PackageBase *> deleted; // a package that was sent twice stands here twice
+    for (int i = 0; i < m_requestList.size(); ++i) {
+        PackageBase *const request = std::exchange(m_requestList[i], nullptr);
+        if (request == nullptr || deleted.contains(request))
+            continue;
+        deleted.insert(request);
+        delete request;
+    }
+    m_requestList.clear();
+}
+
+void KVTServerMessageOldProxy::deleteQueue(QList<NotifyStruct *> *queue, QMutex *mutex)
+{
+    const QMutexLocker locker(mutex);
+    for (int i = 0; i < queue->size(); ++i)
+        delete std::exchange((*queue)[i], nullptr);
+    queue->clear();
+}
+
+bool KVTServerMessageOldProxy::isConnectedServer()
+{
+    return m_bConnected;
+}
+
+QString KVTServerMessageOldProxy::ServerVer() const
+{
+    return m_strServerVer;
+}
+
+TarnEnum::PackageType KVTServerMessageOldProxy::packageType() const
+{
+    return m_packageType;
+}
+
+void KVTServerMessageOldProxy::setPackageType(const TarnEnum::PackageType &type)
+{
+    m_packageType = type;
+}
+
+int KVTServerMessageOldProxy::getErrorCode()
+{
+    return ErrorCode;
+}
+
+void KVTServerMessageOldProxy::initHandle() { }
+
+void KVTServerMessageOldProxy::CheckServerRestart() { }

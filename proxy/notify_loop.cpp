@@ -1,0 +1,130 @@
+#include "KVTServerMessageOldProxy.h"
+
+#include "NotifyStruct.h"
+#include "PackageBase.h"
+
+#include <QMutexLocker>
+#include <QPointer>
+
+void KVTServerMessageOldProxy::NotifyThreadFun(bool deleteThread)
+{
+    Q_UNUSED(deleteThread)
+    // A handler may delete the proxy, against the rules; the drain must not go on with it then.
+    const QPointer<KVTServerMessageOldProxy> self(this);
+    // The queue is looked at without its lock: an append that is missed is seen by the next tick.
+    while (self && !m_notifyList.isEmpty()) {
+        if (m_bNotifyStop)
+            return;
+        if (NotifyStruct *const item = takeNotification())
+            handleNotification(item);
+    }
+}
+
+void KVTServerMessageOldProxy::notifyThreadProc(bool deleteThread)
+{
+    Q_UNUSED(deleteThread)
+    const QPointer<KVTServerMessageOldProxy> self(this);
+    while (self && !m_bNotifyStop) {
+        if (NotifyStruct *const item = waitForNotification())
+            handleNotification(item);
+    }
+}
+
+NotifyStruct *KVTServerMessageOldProxy::takeNotification()
+{
+    const QMutexLocker locker(&m_notifyMutex);
+    return m_notifyList.isEmpty() || m_bNotifyStop ? nullptr : m_notifyList.takeFirst();
+}
+
+NotifyStruct *KVTServerMessageOldProxy::waitForNotification()
+{
+    const QMutexLocker locker(&m_notifyMutex);
+    // The stop flag again: a stop that came before the lock was taken has woken nobody.
+    if (m_notifyList.isEmpty() && !m_bNotifyStop)
+        m_notifyCondition.wait(&m_notifyMutex);
+    return m_notifyList.isEmpty() || m_bNotifyStop ? nullptr : m_notifyList.takeFirst();
+}
+
+void KVTServerMessageOldProxy::handleNotification(NotifyStruct *item)
+{
+    std::unique_ptr<NotifyStruct> owner(item);
+    switch (item->notify()) {
+    case TarnEnum::ReplyReadData:
+    case TarnEnum::ReplyReadFile:
+    case TarnEnum::ReplyReadMemData:
+    case TarnEnum::ReplyWriteData:
+    case TarnEnum::ReplyWriteFile:
+    case TarnEnum::ReplyWriteMemData:
+        completeRequest(*item);
+        break;
+    case TarnEnum::BroadcastReply:
+        // One that is not raised is dropped without being deleted: the entry stays valid for
+        // whoever holds on to it.
+        if (!raiseBroadcast(*item))
+            static_cast<void>(owner.release());
+        break;
+    default:
+        break;
+    }
+}
+
+void KVTServerMessageOldProxy::completeRequest(const NotifyStruct &item)
+{
+    if (m_packageType == TarnEnum::ByteArrayPackage) {
+        // Only logs that this is not supported; the request stays pending.
+        ParseCompleteRequest(item.getByteArrayInfo(), item.notify());
+        return;
+    }
+    PackageBase *const reply = ParseCompleteRequest(item.strinfo(), item.notify());
+    const QPointer<PackageBase> request(takeAnsweredRequest(reply->getSerialNum()));
+    if (!request)
+        return; // nobody waits; the reply is not released
+    if (m_packageType == TarnEnum::ByteArrayPackage)
+        FillReplyDataToPackage(reply, request);
+    try {
+        reply->setUserToken(request->getUserToken());
+        request->CompleteRequestEvent(this, reply);
+    } catch (const QString &) {
+        // A handler may give up with a text; the other replies are still delivered.
+    }
+    PackageBase::clear(request);
+}
+
+// From the end, where the newest are. Without a match it is the oldest request that is answered:
+// a server that sends back no usable number still gets its replies through, in order.
+PackageBase *KVTServerMessageOldProxy::takeAnsweredRequest(quint64 serialNum)
+{
+    const QMutexLocker locker(&m_requestMutex);
+    PackageBase *request = nullptr;
+    for (int i = m_requestList.size() - 1; i >= 0; --i) {
+        request = m_requestList.at(i);
+        if (request != nullptr && request->getSerialNum() == serialNum)
+            break;
+    }
+    m_requestList.removeOne(request);
+    return request;
+}
+
+bool KVTServerMessageOldProxy::raiseBroadcast(const NotifyStruct &item)
+{
+    const QString text = item.strinfo();
+    const QByteArray bytes = item.getByteArrayInfo();
+    const int textComma = text.lastIndexOf(QLatin1Char(','));
+    const int bytesComma = bytes.lastIndexOf(',');
+    if (textComma < 0 && bytesComma < 0)
+        return false;
+    if (m_packageType == TarnEnum::ByteArrayPackage) {
+        const int type = QString::fromLatin1(bytes.mid(bytesComma + 1).constData()).toInt();
+        // Only logs that this is not supported.
+        ParseCompleteRequest(bytes.mid(0, bytesComma), static_cast<TarnEnum::NotifyTypes>(type));
+        return false;
+    }
+    const int type = text.mid(textComma + 1).toInt();
+    PackageBase *const reply
+        = ParseCompleteRequest(text.mid(0, textComma), static_cast<TarnEnum::NotifyTypes>(type));
+    CompletePackageRequestEventArgs args;
+    args.setRequest(reply);
+    Q_EMIT CallBackBroadcastRecvedReplyEvent(this, args);
+    reply->deleteLater();
+    return true;
+}

@@ -1,0 +1,114 @@
+#include "KVTServerMessageOldProxy.h"
+
+#include "NotifyStruct.h"
+#include "PackageRequestReadData.h"
+#include "PackageRequestWriteData.h"
+
+namespace {
+
+constexpr int ReadCode = 0;
+constexpr int WriteCode = 1;
+
+constexpr int DataKind = 0;
+constexpr int FileKind = 1;
+constexpr int MemDataKind = 2;
+
+/// The numbers under which one kind of request is sent and answered.
+struct RequestKind
+{
+    int readWriteCode;
+    int clientPackageType;
+    TarnEnum::MessageIDs messageId;
+    TarnEnum::NotifyTypes replyType;
+};
+
+constexpr RequestKind RequestKinds[] = {
+    {ReadCode, DataKind, TarnEnum::RequestReadData, TarnEnum::ReplyReadData},
+    {ReadCode, FileKind, TarnEnum::RequestReadFile, TarnEnum::ReplyReadFile},
+    {ReadCode, MemDataKind, TarnEnum::RequestReadMemData, TarnEnum::ReplyReadMemData},
+    {WriteCode, DataKind, TarnEnum::RequestWriteData, TarnEnum::ReplyWriteData},
+    {WriteCode, FileKind, TarnEnum::RequestWriteFile, TarnEnum::ReplyWriteFile},
+    {WriteCode, MemDataKind, TarnEnum::RequestWriteMemData, TarnEnum::ReplyWriteMemData},
+};
+
+// Null for a package of no known kind. Every package with the write code is a PackageRequestWrite,
+// whose own getClientPackageType is the one that counts.
+const RequestKind *kindOf(const PackageBase &package)
+{
+    const int code = package.getReadWriteCode();
+    const int type = code == WriteCode
+        ? static_cast<const PackageRequestWrite &>(package).getClientPackageType()
+        : package.getClientPackageType();
+    for (const RequestKind &kind : RequestKinds) {
+        if (kind.readWriteCode == code && kind.clientPackageType == type)
+            return &kind;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+bool KVTServerMessageOldProxy::SendRequestReadData(PackageRequestReadData *package)
+{
+    return isRegisted() && package->getReadLength() >= 1 && SendPackageMessage(package);
+}
+
+// Unlike a read, a write of nothing is sent: the server answers whether the equipment is there.
+bool KVTServerMessageOldProxy::SendRequestWriteData(PackageRequestWriteData *package)
+{
+    return isRegisted() && package->getDataLength() >= 0 && SendPackageMessage(package);
+}
+
+bool KVTServerMessageOldProxy::SendPackageMessage(PackageBase *package)
+{
+    // Kept unless the package type is text: the request then goes out as what looks like a cancel
+    // command without an argument. The byte form is deliberately not used in its place.
+    TarnEnum::MessageIDs id = TarnEnum::CancelOneSend;
+    QString text;
+    if (m_packageType == TarnEnum::TextPackage)
+        ParseSendPackageInfo(package, &id, &text);
+    auto *const entry = new NotifyStruct;
+    entry->setSendID(id);
+    entry->setInfo(text);
+    entry->setPacke(package);
+    entry->setByteArrayInfo(QByteArray());
+    enqueueOutgoing(entry);
+    return true;
+}
+
+// A connection key that is not in the equipment table is no reason to refuse a package, here and
+// in the byte form: the server knows better than a copy of its table and answers the request.
+void KVTServerMessageOldProxy::ParseSendPackageInfo(PackageBase *package, TarnEnum::MessageIDs *id,
+                                                    QString *text)
+{
+    if (package == nullptr)
+        return;
+    const RequestKind *const kind = kindOf(*package);
+    // An unknown kind goes out as a read-data request without text, for the server to refuse.
+    *id = kind != nullptr ? kind->messageId : TarnEnum::RequestReadData;
+    *text = kind != nullptr ? package->toRequestString() : QString(QLatin1String(""));
+}
+
+void KVTServerMessageOldProxy::ParseSendPackageQByteArrayInfo(PackageBase *package,
+                                                              TarnEnum::MessageIDs *id,
+                                                              QByteArray *bytes)
+{
+    if (package == nullptr)
+        return;
+    const RequestKind *const kind = kindOf(*package);
+    *id = kind != nullptr ? kind->messageId : TarnEnum::RequestReadData;
+    if (kind == nullptr)
+        *bytes = QByteArray("");
+    else if (kind->readWriteCode == WriteCode && kind->clientPackageType != DataKind)
+        *bytes = package->toRequestString().toLatin1(); // servers take these two as text only
+    else
+        *bytes = package->toByteArray();
+}
+
+void KVTServerMessageOldProxy::ParsePackageInfo(PackageBase *package, TarnEnum::NotifyTypes *type,
+                                                QString *text)
+{
+    const RequestKind *const kind = kindOf(*package);
+    *type = kind != nullptr ? kind->replyType : TarnEnum::BroadcastReply;
+    *text = kind != nullptr ? package->toReplyString() : QString(QLatin1String(""));
+}

@@ -1,0 +1,111 @@
+#include "KVTServerMessageOldProxy.h"
+
+#include "MessageBody.h"
+#include "MsgSocketClient.h"
+#include "NotifyStruct.h"
+#include "PackageBase.h"
+
+#include <QMutexLocker>
+#include <QPointer>
+#include <QThread>
+
+void KVTServerMessageOldProxy::SendThreadFun(bool deleteThread)
+{
+    Q_UNUSED(deleteThread)
+    // The queue is looked at without its lock: an append that is missed is seen by the next tick.
+    if (m_bSendStop || m_pMsgClient == nullptr || m_sendList.isEmpty() || m_bSendStop)
+        return;
+    if (NotifyStruct *const entry = takeOutgoing())
+        transmit(entry);
+}
+
+void KVTServerMessageOldProxy::sendThreadProc(bool deleteThread)
+{
+    Q_UNUSED(deleteThread)
+    const QPointer<KVTServerMessageOldProxy> self(this);
+    while (self && !m_bSendStop && m_pMsgClient != nullptr) {
+        if (NotifyStruct *const entry = waitForOutgoing())
+            transmit(entry);
+    }
+}
+
+NotifyStruct *KVTServerMessageOldProxy::takeOutgoing()
+{
+    const QMutexLocker locker(&m_sendMutex);
+    return m_sendList.isEmpty() ? nullptr : m_sendList.takeFirst();
+}
+
+NotifyStruct *KVTServerMessageOldProxy::waitForOutgoing()
+{
+    const QMutexLocker locker(&m_sendMutex);
+    // The stop flag again: a stop that came before the lock was taken has woken nobody.
+    if (m_sendList.isEmpty() && !m_bSendStop)
+        m_sendCondition.wait(&m_sendMutex);
+    return m_sendList.isEmpty() || m_bSendStop ? nullptr : m_sendList.takeFirst();
+}
+
+void KVTServerMessageOldProxy::transmit(NotifyStruct *entry)
+{
+    const std::unique_ptr<NotifyStruct> owner(entry);
+    PackageBase *const package = entry->packe();
+    {
+        // Before the write, so that no reply can come too early. A command adds its null as well:
+        // one entry per message written, in the order of writing.
+        const QMutexLocker locker(&m_requestMutex);
+        m_requestList.append(package);
+    }
+    // The entry's bytes are not sent: only the identifier and the text make the message.
+    if (deliver(MessageBody::encode(entry->sendID(), entry->strinfo())) == Delivery::Failed)
+        completeUnwritten(package);
+}
+
+void KVTServerMessageOldProxy::completeUnwritten(PackageBase *package)
+{
+    {
+        const QMutexLocker locker(&m_requestMutex);
+        if (!m_requestList.removeOne(package))
+            return; // taken by another thread meanwhile, who answers for it
+    }
+    if (package == nullptr)
+        return;
+    package->setCommResult(TarnEnum::WriteFailed);
+    package->CompleteRequestEvent(this, package);
+}
+
+KVTServerMessageOldProxy::Delivery KVTServerMessageOldProxy::deliver(const QByteArray &body)
+{
+    if (QThread::currentThread() != thread())
+        return deliverThroughOwnThread(body);
+    return m_pMsgClient->SendData(body) ? Delivery::Written : Delivery::Failed;
+}
+
+// For the blocking loop on a thread of its own: the socket is touched by the proxy's thread only.
+// A stop ends the wait and withdraws the message; Terminate, who stopped it, deletes the request.
+KVTServerMessageOldProxy::Delivery
+KVTServerMessageOldProxy::deliverThroughOwnThread(const QByteArray &body)
+{
+    struct Handover
+    {
+        bool withdrawn = false;
+        Delivery delivery = Delivery::Stopped;
+    };
+    const auto handover = std::make_shared<Handover>();
+    QMetaObject::invokeMethod(
+        this,
+        [this, body, handover] {
+            QMutexLocker locker(&m_sendMutex);
+            if (handover->withdrawn)
+                return;
+            locker.unlock();
+            const Delivery delivery = deliver(body);
+            locker.relock();
+            handover->delivery = delivery;
+            m_sendCondition.wakeAll();
+        },
+        Qt::QueuedConnection);
+    const QMutexLocker locker(&m_sendMutex);
+    while (handover->delivery == Delivery::Stopped && !m_bSendStop)
+        m_sendCondition.wait(&m_sendMutex);
+    handover->withdrawn = true;
+    return handover->delivery;
+}

@@ -1,0 +1,84 @@
+#ifndef TESTACCESS_H
+#define TESTACCESS_H
+
+#include "KVTServerMessageOldProxy.h"
+#include "MsgSocketClient.h"
+
+/// What tests see of the inside of the proxy and its socket client.
+class TestAccess
+{
+public:
+    using Proxy = KVTServerMessageOldProxy;
+
+    static QList<NotifyStruct *> &sendList(Proxy &proxy)
+    {
+        return proxy.m_sendList;
+    }
+    static QList<NotifyStruct *> &notifyList(Proxy &proxy)
+    {
+        return proxy.m_notifyList;
+    }
+    static QList<PackageBase *> &requestList(Proxy &proxy)
+    {
+        return proxy.m_requestList;
+    }
+    static QMutex &sendMutex(Proxy &proxy)
+    {
+        return proxy.m_sendMutex;
+    }
+    static QMutex &notifyMutex(Proxy &proxy)
+    {
+        return proxy.m_notifyMutex;
+    }
+    static QMutex &requestMutex(Proxy &proxy)
+    {
+        return proxy.m_requestMutex;
+    }
+    static std::atomic<bool> &sendStop(Proxy &proxy)
+    {
+        return proxy.m_bSendStop;
+    }
+    static std::atomic<bool> &notifyStop(Proxy &proxy)
+    {
+        return proxy.m_bNotifyStop;
+    }
+    static std::atomic<bool> &isInitialised(Proxy &proxy)
+    {
+        return proxy.m_binit;
+    }
+    static bool &isConnected(Proxy &proxy)
+    {
+        return proxy.m_bConnected;
+    }
+    static qint32 &idleCount(Proxy &proxy)
+    {
+        return proxy.m_nIdleCount;
+    }
+    static QString &serverVersion(Proxy &proxy)
+    {
+        return proxy.m_strServerVer;
+    }
+    static MsgThread *&sendThread(Proxy &proxy)
+    {
+        return proxy.m_pSendThread;
+    }
+    static MsgThread *&notifyThread(Proxy &proxy)
+    {
+        return proxy.m_pNotifyThread;
+    }
+    static MsgSocketClient *&client(Proxy &proxy)
+    {
+        return proxy.m_pMsgClient;
+    }
+
+    static FrameReader &reader(MsgSocketClient &client)
+    {
+        return client.m_reader;
+    }
+    static QLocalSocket *&socket(MsgSocketClient &client)
+    {
+        return client.m_socket;
+    }
+};
+
+#endif

@@ -1,0 +1,24 @@
+#include "TestMain.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+int runTest(QObject *test, int argc, char **argv)
+{
+    // Short and outside the build tree: the path of a local socket holds 107 characters at most.
+    const QTemporaryDir folder(QDir::tempPath() + QLatin1String("/kst-XXXXXX"));
+    if (!folder.isValid())
+        qFatal("no temporary folder: %s", qPrintable(folder.errorString()));
+    qputenv("TMPDIR", folder.path().toLocal8Bit());
+    QCoreApplication application(argc, argv);
+    const int result = QTest::qExec(test, argc, argv);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return result;
+}
+
+QString testFolder()
+{
+    return QDir::tempPath();
+}

@@ -1,0 +1,20 @@
+#ifndef TESTMAIN_H
+#define TESTMAIN_H
+
+#include <QObject>
+
+/// Runs the functions of \a test with a QCoreApplication and a temporary folder of this process's
+/// own as `TMPDIR`, so that its local sockets are nobody else's.
+int runTest(QObject *test, int argc, char **argv);
+
+/// The folder that `TMPDIR` names while `runTest` runs.
+QString testFolder();
+
+#define KSPROXY_TEST_MAIN(TestClass)                                                               \
+    int main(int argc, char **argv)                                                                \
+    {                                                                                              \
+        TestClass test;                                                                            \
+        return runTest(&test, argc, argv);                                                         \
+    }
+
+#endif

@@ -1,0 +1,97 @@
+#include "MsgSocketClient.h"
+
+#include "FrameCodec.h"
+
+#include <QDebug>
+#include <QLocalSocket>
+#include <QPointer>
+
+namespace {
+
+const QLatin1String ServerName("tarnSver");
+constexpr int ConnectTimeoutMs = 500;
+constexpr int DisconnectTimeoutMs = 30000;
+
+} // namespace
+
+MsgSocketClient::MsgSocketClient()
+    : m_socket(new QLocalSocket)
+{
+    connect(m_socket, &QIODevice::readyRead, this, &MsgSocketClient::readyRead);
+}
+
+MsgSocketClient::~MsgSocketClient()
+{
+    disconnectFromServer();
+    // A receiver may delete this client from inside the socket's own signal, which still stands on
+    // the socket when it returns.
+    if (m_readDepth > 0)
+        m_socket->deleteLater();
+    else
+        delete m_socket;
+    m_socket = nullptr;
+}
+
+bool MsgSocketClient::connectServer()
+{
+    if (m_socket == nullptr)
+        return false;
+    // Open, not connected, is what counts: a proxy whose server went away is not connected anew.
+    if (m_socket->isOpen())
+        return true;
+    disconnectFromServer();
+    m_socket->connectToServer(ServerName, QIODevice::ReadWrite);
+    if (m_socket->waitForConnected(ConnectTimeoutMs)) {
+        qDebug() << "connect server ok";
+        return true;
+    }
+    qDebug() << "connect server error!" << m_socket->errorString();
+    m_socket->abort(); // an attempt that is still under way would make the next one fail
+    return false;
+}
+
+bool MsgSocketClient::disconnectFromServer()
+{
+    if (m_socket == nullptr || !m_socket->isOpen())
+        return false;
+    m_socket->disconnectFromServer();
+    m_socket->abort();
+    if (m_socket->state() == QLocalSocket::ConnectedState)
+        return m_socket->waitForDisconnected(DisconnectTimeoutMs);
+    m_socket->close(); // abort alone leaves the device open, and connectServer would trust it
+    return true;
+}
+
+bool MsgSocketClient::SendData(const QByteArray &data)
+{
+    if (m_socket == nullptr || m_socket->state() != QLocalSocket::ConnectedState)
+        return false;
+    return m_socket->write(FrameCodec::encode(data)) != -1;
+}
+
+void MsgSocketClient::readyRead()
+{
+    if (m_socket == nullptr || sender() != m_socket)
+        return;
+    ++m_readDepth;
+    // Again and again: Qt does not announce what arrives while a receiver runs an event loop.
+    do {
+        m_reader.append(m_socket->readAll());
+        if (!emitCompleteFrames())
+            return;
+    } while (m_socket->bytesAvailable() > 0);
+    --m_readDepth;
+}
+
+// False when a receiver deleted this client.
+bool MsgSocketClient::emitCompleteFrames()
+{
+    const QPointer<MsgSocketClient> self(this);
+    QByteArray payload;
+    while (m_reader.takeFrame(&payload)) {
+        Q_EMIT receivedInfos(payload);
+        if (!self)
+            return false;
+    }
+    return true;
+}
