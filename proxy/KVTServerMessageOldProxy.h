@@ -238,9 +238,6 @@ private:
 
     enum class Delivery { Written, Failed, Stopped };
 
-    // Carried by every EventArgs that the library makes; what it means is the application's affair.
-    static constexpr int NotificationValue = 15;
-
     void startWorker(MsgThread **worker, const char *loop);
     void stopWorker(MsgThread **worker, QMutex *mutex, QWaitCondition *condition);
     void deletePendingRequests();

@@ -1,16 +1,12 @@
 #include "KVTServerMessageOldProxy.h"
 
 #include "MyEvent.h"
+#include "NotificationValue.h"
 
 #include <QCoreApplication>
 #include <QDebug>
 
 namespace {
-
-IKVTServerBaseProxy *targetOf(const MyEvent &event)
-{
-    return static_cast<IKVTServerBaseProxy *>(event.m_target);
-}
 
 template <typename Args>
 Args argumentsOf(const MyEvent &event)
@@ -25,23 +21,76 @@ void deleteArguments(MyEvent *event)
     event->m_args = nullptr;
 }
 
-// Without arguments there is no error to report, so nothing is raised.
-void raiseRegisterError(MyEvent *event)
+// Consumed without effect: requests are completed by the loops, never through an event.
+void consume(IKVTServerBaseProxy *target, MyEvent *event)
 {
-    if (event->m_target == nullptr || event->m_args == nullptr)
+    Q_UNUSED(target)
+    Q_UNUSED(event)
+}
+
+// Without arguments there is no error to report, so nothing is raised.
+void raiseRegisterError(IKVTServerBaseProxy *target, MyEvent *event)
+{
+    if (event->m_args == nullptr)
         return;
-    const auto arguments = argumentsOf<NotifyRegisterErrorEventArgs>(*event);
-    Q_EMIT targetOf(*event)->NotifyRegisterErrEvent(event->m_sender, arguments);
+    Q_EMIT target->NotifyRegisterErrEvent(event->m_sender,
+                                          argumentsOf<NotifyRegisterErrorEventArgs>(*event));
     deleteArguments<NotifyRegisterErrorEventArgs>(event);
 }
 
-void raiseBeginConnectAllController(MyEvent *event)
+void raiseBeginConnectEquipment(IKVTServerBaseProxy *target, MyEvent *event)
 {
-    if (event->m_target == nullptr)
-        return;
-    const auto arguments = argumentsOf<EventArgs>(*event);
-    Q_EMIT targetOf(*event)->BeginConnectAllController(event->m_sender, arguments);
+    Q_EMIT target->BeginConnectEquipment(event->m_sender,
+                                         argumentsOf<ConnectEquipmentEventArgs>(*event));
+}
+
+void raiseCompleteConnectEquipment(IKVTServerBaseProxy *target, MyEvent *event)
+{
+    Q_EMIT target->CompleteConnectEquipment(event->m_sender,
+                                            argumentsOf<ConnectEquipmentEventArgs>(*event));
+}
+
+void raiseBeginConnectAllController(IKVTServerBaseProxy *target, MyEvent *event)
+{
+    Q_EMIT target->BeginConnectAllController(event->m_sender, argumentsOf<EventArgs>(*event));
     deleteArguments<EventArgs>(event);
+}
+
+// The event's argument is not looked at: it may be gone by now.
+void raiseCompleteConnectAllController(IKVTServerBaseProxy *target, MyEvent *event)
+{
+    Q_EMIT target->CompleteConnectAllController(event->m_sender, EventArgs(NotificationValue));
+}
+
+void raiseEquipmentChange(IKVTServerBaseProxy *target, MyEvent *event)
+{
+    Q_EMIT target->EquipmentChangeEvent(event->m_sender, argumentsOf<EventArgs>(*event));
+}
+
+using Raise = void (*)(IKVTServerBaseProxy *, MyEvent *);
+
+// Null for a type that is not delivered here.
+Raise raiseFor(QEvent::Type type)
+{
+    static const struct
+    {
+        QEvent::Type type;
+        Raise raise;
+    } signalTypes[] = {
+        {MyEvent::m_CompleteRequestEvent, consume},
+        {MyEvent::m_BeginRequestEvent, consume},
+        {MyEvent::m_NotifyRegisterErrEvent, raiseRegisterError},
+        {MyEvent::m_BeginConnectEquipment, raiseBeginConnectEquipment},
+        {MyEvent::m_CompleteConnectEquipment, raiseCompleteConnectEquipment},
+        {MyEvent::m_BeginConnectAllController, raiseBeginConnectAllController},
+        {MyEvent::m_CompleteConnectAllController, raiseCompleteConnectAllController},
+        {MyEvent::m_EquipmentChangeEvent, raiseEquipmentChange},
+    };
+    for (const auto &known : signalTypes) {
+        if (known.type == type)
+            return known.raise;
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -50,46 +99,13 @@ bool KVTServerMessageOldProxy::event(QEvent *event)
 {
     if (event == nullptr)
         return false;
-    const QEvent::Type type = event->type();
-    auto *const myEvent = static_cast<MyEvent *>(event); // used below for the registered types only
-    if (type == MyEvent::m_CompleteRequestEvent || type == MyEvent::m_BeginRequestEvent) {
-        // Consumed without effect: requests are completed by the loops, never through an event.
-        return true;
-    }
-    if (type == MyEvent::m_NotifyRegisterErrEvent) {
-        raiseRegisterError(myEvent);
-        return true;
-    }
-    if (type == MyEvent::m_BeginConnectEquipment) {
-        if (myEvent->m_target != nullptr)
-            Q_EMIT targetOf(*myEvent)->BeginConnectEquipment(
-                myEvent->m_sender, argumentsOf<ConnectEquipmentEventArgs>(*myEvent));
-        return true;
-    }
-    if (type == MyEvent::m_CompleteConnectEquipment) {
-        if (myEvent->m_target != nullptr)
-            Q_EMIT targetOf(*myEvent)->CompleteConnectEquipment(
-                myEvent->m_sender, argumentsOf<ConnectEquipmentEventArgs>(*myEvent));
-        return true;
-    }
-    if (type == MyEvent::m_BeginConnectAllController) {
-        raiseBeginConnectAllController(myEvent);
-        return true;
-    }
-    if (type == MyEvent::m_CompleteConnectAllController) {
-        // The event's argument is not looked at: it may be gone by now.
-        if (myEvent->m_target != nullptr)
-            Q_EMIT targetOf(*myEvent)->CompleteConnectAllController(myEvent->m_sender,
-                                                                    EventArgs(NotificationValue));
-        return true;
-    }
-    if (type == MyEvent::m_EquipmentChangeEvent) {
-        if (myEvent->m_target != nullptr)
-            Q_EMIT targetOf(*myEvent)->EquipmentChangeEvent(myEvent->m_sender,
-                                                            argumentsOf<EventArgs>(*myEvent));
-        return true;
-    }
-    return QObject::event(event);
+    const Raise raise = raiseFor(event->type());
+    if (raise == nullptr)
+        return QObject::event(event);
+    auto *const myEvent = static_cast<MyEvent *>(event);
+    if (auto *const target = static_cast<IKVTServerBaseProxy *>(myEvent->m_target))
+        raise(target, myEvent);
+    return true;
 }
 
 void KVTServerMessageOldProxy::postToSelf(QEvent::Type type, void *sender, void *args)

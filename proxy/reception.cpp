@@ -1,7 +1,7 @@
 #include "KVTServerMessageOldProxy.h"
 
 #include "MessageBody.h"
-#include "MyEvent.h"
+#include "NotificationValue.h"
 #include "NotifyStruct.h"
 
 #include <QMutexLocker>
