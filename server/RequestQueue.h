@@ -1,0 +1,50 @@
+#ifndef REQUESTQUEUE_H
+#define REQUESTQUEUE_H
+
+#include "DeviceRequest.h"
+
+#include <QDeadlineTimer>
+#include <QObject>
+#include <QTimer>
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <vector>
+
+/// The requests of one client that wait until the simulated equipment gets to them, in order.
+class RequestQueue : public QObject
+{
+    Q_OBJECT
+
+public:
+    using Request = std::shared_ptr<DeviceRequest>;
+
+    /// Each request is due \a latencyMs after it was added; without latency at once, before `add`
+    /// returns.
+    explicit RequestQueue(int latencyMs);
+
+    void add(const Request &request);
+
+    /// Takes out, in order, the requests that \a isMeant; they will not be due any more.
+    std::vector<Request> take(const std::function<bool(const DeviceRequest &)> &isMeant);
+
+Q_SIGNALS:
+    void due(RequestQueue::Request request);
+
+private:
+    struct Entry
+    {
+        QDeadlineTimer deadline;
+        Request request;
+    };
+
+    void emitDue();
+    void startTimer();
+
+    int m_latencyMs;
+    QTimer m_timer;
+    std::deque<Entry> m_entries;
+};
+
+#endif

@@ -1,0 +1,42 @@
+#ifndef SERVEROPTIONS_H
+#define SERVEROPTIONS_H
+
+#include <QString>
+#include <QStringList>
+
+/// What the command line says.
+struct ServerOptions
+{
+    enum class Answer { Accept, Reject, Error, Silent };
+
+    QString configFile; ///< empty for the built-in equipment
+    int latencyMs = 0; ///< how long each request waits before it is acted on
+    Answer registerAnswer = Answer::Accept;
+    int exitWhenIdleSeconds = 0; ///< 0 for never
+    bool isVerbose = false;
+};
+
+/// Reads the command line.
+class ServerOptionsReader
+{
+public:
+    enum class Outcome {
+        Run, ///< `options` holds what was asked for
+        Print, ///< `text` is what was asked for: the help or the version
+        Refuse, ///< `text` says what is wrong
+    };
+
+    /// \a arguments with the program's name in front.
+    Outcome read(const QStringList &arguments);
+
+    const ServerOptions &options() const;
+    QString text() const;
+
+private:
+    Outcome refuse(const QString &reason);
+
+    ServerOptions m_options;
+    QString m_text;
+};
+
+#endif

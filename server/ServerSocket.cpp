@@ -1,0 +1,150 @@
+#include "ServerSocket.h"
+
+#include "ServerLog.h"
+
+#include <QDir>
+#include <QFile>
+#include <QLocalSocket>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+const QString SocketName = QStringLiteral("tarnSver");
+constexpr int ProbeTimeoutMs = 500;
+constexpr int AcceptPauseMs = 100;
+
+QString reason(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+} // namespace
+
+ServerSocket::ServerSocket()
+    : m_path(QDir::tempPath() + QLatin1Char('/') + SocketName) // where QLocalSocket looks for it
+    , m_lock(m_path + QLatin1String(".lock"))
+{
+    m_lock.setStaleLockTime(0); // a lock is stale when its process is gone, however old it is
+}
+
+ServerSocket::~ServerSocket()
+{
+    if (m_descriptor < 0)
+        return;
+    delete m_notifier;
+    QFile::remove(m_path);
+    close(m_descriptor);
+}
+
+ServerSocket::Outcome ServerSocket::listen()
+{
+    if (!lock())
+        return m_lock.error() == QLockFile::LockFailedError ? Outcome::Occupied : Outcome::Failed;
+    // Also a server that keeps no lock is not displaced.
+    if (isServed())
+        return Outcome::Occupied;
+    if (!bindAndListen())
+        return Outcome::Failed;
+    m_notifier = new QSocketNotifier(m_descriptor, QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &ServerSocket::accept);
+    return Outcome::Listening;
+}
+
+QString ServerSocket::path() const
+{
+    return m_path;
+}
+
+QString ServerSocket::error() const
+{
+    return m_error;
+}
+
+bool ServerSocket::lock()
+{
+    if (m_lock.tryLock())
+        return true;
+    qint64 pid = 0;
+    QString host;
+    QString program;
+    if (m_lock.error() != QLockFile::LockFailedError)
+        m_error = QStringLiteral("cannot make the lock file %1.lock").arg(m_path);
+    else if (m_lock.getLockInfo(&pid, &host, &program))
+        m_error = QStringLiteral("%1 is served already, by process %2 (%3)")
+                      .arg(m_path)
+                      .arg(pid)
+                      .arg(program);
+    else
+        m_error = QStringLiteral("%1 is served already").arg(m_path);
+    return false;
+}
+
+bool ServerSocket::isServed()
+{
+    QLocalSocket probe;
+    probe.connectToServer(SocketName);
+    if (!probe.waitForConnected(ProbeTimeoutMs))
+        return false;
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    const int descriptor = static_cast<int>(probe.socketDescriptor());
+    m_error = getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
+        ? QStringLiteral("%1 is served already, by process %2").arg(m_path).arg(peer.pid)
+        : QStringLiteral("%1 is served already").arg(m_path);
+    return true;
+}
+
+bool ServerSocket::bindAndListen()
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray path = QFile::encodeName(m_path);
+    if (static_cast<size_t>(path.size()) >= sizeof address.sun_path) {
+        m_error = QStringLiteral("%1 is too long for a local socket").arg(m_path);
+        return false;
+    }
+    std::memcpy(address.sun_path, path.constData(), static_cast<size_t>(path.size()));
+    m_descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    unlink(address.sun_path);
+    const mode_t previous = umask(S_IRWXG | S_IRWXO); // the file never exists with more access
+    const bool isBound
+        = bind(m_descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    const int bindError = errno;
+    umask(previous);
+    if (isBound && ::listen(m_descriptor, SOMAXCONN) == 0)
+        return true;
+    m_error = QStringLiteral("cannot listen on %1: %2")
+                  .arg(m_path, reason(isBound ? errno : bindError));
+    close(m_descriptor);
+    m_descriptor = -1;
+    return false;
+}
+
+void ServerSocket::accept()
+{
+    const int client = accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (client >= 0) {
+        Q_EMIT connected(client);
+        return;
+    }
+    if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
+        pauseAccepting();
+}
+
+// The client stays in the queue, which would announce it again at once and forever.
+void ServerSocket::pauseAccepting()
+{
+    ServerLog::line(QStringLiteral("a client has to wait: %1").arg(reason(errno)));
+    m_notifier->setEnabled(false);
+    QTimer::singleShot(AcceptPauseMs, this, [this] { m_notifier->setEnabled(true); });
+}

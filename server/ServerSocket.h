@@ -1,0 +1,50 @@
+#ifndef SERVERSOCKET_H
+#define SERVERSOCKET_H
+
+#include <QLockFile>
+#include <QObject>
+#include <QString>
+
+class QSocketNotifier;
+
+/// Listens on the local socket "tarnSver" in the temporary folder, for this user only.
+///
+/// A lock file beside the socket says who serves it. A socket file that a crash left behind is
+/// replaced; a living server's is never touched. It does its own accepting because QLocalServer
+/// closes itself when a connection cannot be accepted, and renames over a living server's socket.
+class ServerSocket : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Outcome { Listening, Occupied, Failed };
+
+    ServerSocket();
+    /// Stops listening and removes the socket file and the lock.
+    ~ServerSocket() override;
+
+    /// Blocks for at most about a second. Unless it listens, `error` says why.
+    Outcome listen();
+
+    QString path() const;
+    QString error() const;
+
+Q_SIGNALS:
+    /// A client has connected; the receiver owns the socket \a descriptor.
+    void connected(qintptr descriptor);
+
+private:
+    bool lock();
+    bool isServed();
+    bool bindAndListen();
+    void accept();
+    void pauseAccepting();
+
+    QString m_path;
+    QLockFile m_lock;
+    int m_descriptor = -1;
+    QSocketNotifier *m_notifier = nullptr;
+    QString m_error;
+};
+
+#endif
