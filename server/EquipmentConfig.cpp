@@ -242,6 +242,7 @@ bool EquipmentConfig::checkControllers()
 
 bool EquipmentConfig::refuse(const QString &place, const QString &reason)
 {
+    m_equipment.clear();
     m_error = place + QLatin1String(": ") + reason;
     return false;
 }

@@ -70,6 +70,22 @@ public:
     {
         return proxy.m_pMsgClient;
     }
+    static QWaitCondition &sendCondition(Proxy &proxy)
+    {
+        return proxy.m_sendCondition;
+    }
+    static QWaitCondition &notifyCondition(Proxy &proxy)
+    {
+        return proxy.m_notifyCondition;
+    }
+    static TarnEnum::PackageType &packageType(Proxy &proxy)
+    {
+        return proxy.m_packageType;
+    }
+    static bool &reserved(Proxy &proxy)
+    {
+        return proxy.m_bReserved;
+    }
 
     static FrameReader &reader(MsgSocketClient &client)
     {

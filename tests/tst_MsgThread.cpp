@@ -1,0 +1,404 @@
+#include "BeatLog.h"
+#include "MsgThread.h"
+#include "SleepGate.h"
+#include "TestMain.h"
+#include "Waiting.h"
+
+#include <QElapsedTimer>
+#include <QMetaMethod>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <atomic>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+constexpr qint64 NanosecondsPerMs = 1000000;
+
+/// The same fields as plain members, in the order in which they must lie.
+struct PlainThread : public QThread
+{
+    bool stop;
+    qint32 interval;
+    void *runner;
+};
+
+/// Asks the thread to stop and waits until it has ended.
+bool stopAndWait(MsgThread *thread)
+{
+    thread->setStop(true);
+    return thread->wait(WaitLimitMs);
+}
+
+/// Remembers on which thread its events arrive.
+class EventReceiver : public QObject
+{
+public:
+    std::atomic<int> events{0};
+    std::atomic<QThread *> thread{nullptr};
+
+    bool event(QEvent *event) override
+    {
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        thread = QThread::currentThread();
+        ++events;
+        return true;
+    }
+};
+
+} // namespace
+
+class tst_MsgThread : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void hasItsMetaObjectInOrder();
+    void liesInMemoryInOrder();
+    void doesNothingUntilStarted();
+    void keepsWhatIsSet_data();
+    void keepsWhatIsSet();
+    void beatsAtItsInterval();
+    void alwaysSaysFalse();
+    void beatsOnItsOwnThread();
+    void queuesBeatsForASlowReceiver();
+    void beginsAndEndsOncePerRun();
+    void onlyBeginsAndEndsWhenStoppedBefore();
+    void endsAfterItsSleepWithoutAnotherBeat();
+    void servesEventsAfterItsLastSleep();
+    void doesNotSleepWhenStoppedDuringABeat();
+    void yieldsOnlyWithAnIntervalOfZero();
+    void sleepsForeverWithANegativeInterval_data();
+    void sleepsForeverWithANegativeInterval();
+    void takesANewIntervalAtTheNextSleep();
+    void servesEventsOfObjectsThatLiveInIt();
+};
+
+void tst_MsgThread::hasItsMetaObjectInOrder()
+{
+    const QMetaObject &meta = MsgThread::staticMetaObject;
+    QCOMPARE(meta.className(), "MsgThread");
+    QCOMPARE(meta.superClass(), &QThread::staticMetaObject);
+    const QList<QByteArray> signatures{"doInfo(bool)", "begionRunEvent()", "endRunEvent()"};
+    QCOMPARE(meta.methodCount() - meta.methodOffset(), signatures.size());
+    for (int i = 0; i < signatures.size(); ++i) {
+        const QMetaMethod method = meta.method(meta.methodOffset() + i);
+        QCOMPARE(method.methodSignature(), signatures.at(i));
+        QCOMPARE(method.methodType(), QMetaMethod::Signal);
+    }
+    QCOMPARE(meta.method(meta.methodOffset()).parameterNames(), QList<QByteArray>{"deleteThread"});
+    QCOMPARE(meta.propertyCount(), QThread::staticMetaObject.propertyCount());
+}
+
+void tst_MsgThread::liesInMemoryInOrder()
+{
+    QCOMPARE(sizeof(MsgThread), sizeof(PlainThread));
+    MsgThread thread(0x01020304, nullptr);
+    thread.setStop(true);
+    const PlainThread plain{};
+    const auto *const begin = reinterpret_cast<const char *>(&plain);
+    const auto *const actual = reinterpret_cast<const char *>(&thread);
+    bool stop = false;
+    std::memcpy(&stop, actual + (reinterpret_cast<const char *>(&plain.stop) - begin), sizeof stop);
+    QVERIFY(stop);
+    qint32 interval = 0;
+    std::memcpy(&interval, actual + (reinterpret_cast<const char *>(&plain.interval) - begin),
+                sizeof interval);
+    QCOMPARE(interval, 0x01020304);
+    const void *runner = &thread;
+    std::memcpy(&runner, actual + (reinterpret_cast<const char *>(&plain.runner) - begin),
+                sizeof runner);
+    QCOMPARE(runner, static_cast<const void *>(nullptr));
+}
+
+void tst_MsgThread::doesNothingUntilStarted()
+{
+    MsgThread thread(10, nullptr);
+    const BeatLog log(&thread);
+    QVERIFY(!thread.stop());
+    QVERIFY(!thread.isRunning());
+    QVERIFY(!thread.isFinished());
+    QCOMPARE(thread.parent(), static_cast<QObject *>(nullptr));
+    QCOMPARE(thread.thread(), QThread::currentThread());
+    QVERIFY(log.words().isEmpty());
+}
+
+void tst_MsgThread::keepsWhatIsSet_data()
+{
+    QTest::addColumn<int>("interval");
+    QTest::newRow("zero") << 0;
+    QTest::newRow("ten") << 10;
+    QTest::newRow("negative") << -1;
+    QTest::newRow("largest") << std::numeric_limits<int>::max();
+    QTest::newRow("smallest") << std::numeric_limits<int>::min();
+}
+
+void tst_MsgThread::keepsWhatIsSet()
+{
+    QFETCH(int, interval);
+    MsgThread thread(interval, nullptr);
+    QCOMPARE(thread.interval(), interval);
+    thread.setInterval(77);
+    QCOMPARE(thread.interval(), 77);
+    thread.setInterval(interval);
+    QCOMPARE(thread.interval(), interval);
+    thread.setStop(true);
+    QVERIFY(thread.stop());
+    thread.setStop(false);
+    QVERIFY(!thread.stop());
+}
+
+void tst_MsgThread::beatsAtItsInterval()
+{
+    const SleepGate gate(SleepGate::Open);
+    MsgThread thread(10, nullptr);
+    int received = 0;
+    connect(
+        &thread, &MsgThread::doInfo, this, [&] { ++received; }, Qt::QueuedConnection);
+    QElapsedTimer timer;
+    timer.start();
+    thread.start(QThread::InheritPriority);
+    QTRY_VERIFY_WITH_TIMEOUT(received >= 30, WaitLimitMs);
+    QVERIFY(timer.elapsed() >= 29 * 10);
+    QVERIFY(stopAndWait(&thread));
+    QCoreApplication::sendPostedEvents(this);
+    const QList<qint64> sleeps = gate.nanoseconds();
+    QCOMPARE(sleeps.count(10 * NanosecondsPerMs), sleeps.size());
+    // One sleep after each beat, but none after a beat that already finds the thread stopped.
+    QVERIFY2(sleeps.size() == received || sleeps.size() == received - 1,
+             qPrintable(QStringLiteral("%1 sleeps, %2 beats").arg(sleeps.size()).arg(received)));
+}
+
+void tst_MsgThread::alwaysSaysFalse()
+{
+    MsgThread thread(0, nullptr);
+    QSignalSpy spy(&thread, &MsgThread::doInfo);
+    QVERIFY(spy.isValid());
+    thread.start();
+    QTRY_VERIFY_WITH_TIMEOUT(spy.size() >= 100, WaitLimitMs);
+    QVERIFY(stopAndWait(&thread));
+    for (const QList<QVariant> &arguments : qAsConst(spy))
+        QCOMPARE(arguments, QList<QVariant>{false});
+}
+
+void tst_MsgThread::beatsOnItsOwnThread()
+{
+    MsgThread thread(0, nullptr);
+    std::atomic<QThread *> begun{nullptr};
+    std::atomic<QThread *> beating{nullptr};
+    std::atomic<QThread *> ended{nullptr};
+    connect(
+        &thread, &MsgThread::begionRunEvent, this, [&] { begun = QThread::currentThread(); },
+        Qt::DirectConnection);
+    connect(
+        &thread, &MsgThread::doInfo, this, [&] { beating = QThread::currentThread(); },
+        Qt::DirectConnection);
+    connect(
+        &thread, &MsgThread::endRunEvent, this, [&] { ended = QThread::currentThread(); },
+        Qt::DirectConnection);
+    thread.start();
+    QTRY_VERIFY_WITH_TIMEOUT(beating.load() != nullptr, WaitLimitMs);
+    QVERIFY(stopAndWait(&thread));
+    QCOMPARE(begun.load(), &thread);
+    QCOMPARE(beating.load(), &thread);
+    QCOMPARE(ended.load(), &thread);
+}
+
+void tst_MsgThread::queuesBeatsForASlowReceiver()
+{
+    MsgThread thread(0, nullptr);
+    int received = 0;
+    QSemaphore emitted;
+    connect(
+        &thread, &MsgThread::doInfo, this, [&] { ++received; }, Qt::QueuedConnection);
+    connect(
+        &thread, &MsgThread::doInfo, this, [&] { emitted.release(); }, Qt::DirectConnection);
+    thread.start();
+    QVERIFY(emitted.tryAcquire(50, WaitLimitMs));
+    QVERIFY(stopAndWait(&thread));
+    const int beats = 50 + emitted.available();
+    QCOMPARE(received, 0);
+    QCoreApplication::sendPostedEvents(this);
+    QCOMPARE(received, beats);
+}
+
+void tst_MsgThread::beginsAndEndsOncePerRun()
+{
+    MsgThread thread(0, nullptr);
+    const BeatLog log(&thread);
+    for (int run = 1; run <= 2; ++run) {
+        const int beatsBefore = log.beats();
+        thread.setStop(false);
+        thread.start();
+        QTRY_VERIFY_WITH_TIMEOUT(log.beats() >= beatsBefore + 3, WaitLimitMs);
+        QVERIFY(stopAndWait(&thread));
+        QVERIFY(thread.isFinished());
+        QCOMPARE(log.words().count(QStringLiteral("begin")), run);
+        QCOMPARE(log.words().count(QStringLiteral("end")), run);
+        QCOMPARE(log.words().last(), QStringLiteral("end"));
+    }
+    QCOMPARE(log.words().first(), QStringLiteral("begin"));
+    const int firstEnd = log.words().indexOf(QStringLiteral("end"));
+    QCOMPARE(log.words().at(firstEnd + 1), QStringLiteral("begin"));
+}
+
+void tst_MsgThread::onlyBeginsAndEndsWhenStoppedBefore()
+{
+    const SleepGate gate(SleepGate::Open);
+    MsgThread thread(10, nullptr);
+    const BeatLog log(&thread);
+    thread.setStop(true);
+    thread.start();
+    QVERIFY(thread.wait(WaitLimitMs));
+    QCOMPARE(log.words(), (QStringList{QStringLiteral("begin"), QStringLiteral("end")}));
+    QCOMPARE(gate.count(), 0);
+}
+
+void tst_MsgThread::endsAfterItsSleepWithoutAnotherBeat()
+{
+    SleepGate gate(SleepGate::Closed);
+    MsgThread thread(10, nullptr);
+    const BeatLog log(&thread);
+    thread.start();
+    QTRY_COMPARE_WITH_TIMEOUT(gate.count(), 1, WaitLimitMs);
+    thread.setStop(true);
+    QVERIFY(thread.isRunning());
+    QCOMPARE(log.words(), (QStringList{QStringLiteral("begin"), QStringLiteral("false")}));
+    gate.releaseOne();
+    QVERIFY(thread.wait(WaitLimitMs));
+    QCOMPARE(
+        log.words(),
+        (QStringList{QStringLiteral("begin"), QStringLiteral("false"), QStringLiteral("end")}));
+    QCOMPARE(gate.count(), 1);
+}
+
+void tst_MsgThread::servesEventsAfterItsLastSleep()
+{
+    SleepGate gate(SleepGate::Closed);
+    MsgThread thread(10, nullptr);
+    EventReceiver receiver;
+    receiver.moveToThread(&thread);
+    std::atomic<int> eventsAtEnd{-1};
+    connect(
+        &thread, &MsgThread::endRunEvent, this, [&] { eventsAtEnd = receiver.events.load(); },
+        Qt::DirectConnection);
+    thread.start();
+    QTRY_COMPARE_WITH_TIMEOUT(gate.count(), 1, WaitLimitMs);
+    QCoreApplication::postEvent(&receiver, new QEvent(QEvent::User));
+    thread.setStop(true);
+    QCOMPARE(receiver.events.load(), 0);
+    gate.releaseOne();
+    QVERIFY(thread.wait(WaitLimitMs));
+    QCOMPARE(eventsAtEnd.load(), 1);
+}
+
+void tst_MsgThread::doesNotSleepWhenStoppedDuringABeat()
+{
+    const SleepGate gate(SleepGate::Open);
+    MsgThread thread(10, nullptr);
+    EventReceiver receiver;
+    receiver.moveToThread(&thread);
+    const BeatLog log(&thread);
+    connect(
+        &thread, &MsgThread::doInfo, this,
+        [&] {
+            QCoreApplication::postEvent(&receiver, new QEvent(QEvent::User));
+            thread.setStop(true);
+        },
+        Qt::DirectConnection);
+    thread.start();
+    QVERIFY(thread.wait(WaitLimitMs));
+    QCOMPARE(
+        log.words(),
+        (QStringList{QStringLiteral("begin"), QStringLiteral("false"), QStringLiteral("end")}));
+    QCOMPARE(gate.count(), 0);
+    QCOMPARE(receiver.events.load(), 0);
+}
+
+void tst_MsgThread::yieldsOnlyWithAnIntervalOfZero()
+{
+    const SleepGate gate(SleepGate::Open);
+    MsgThread thread(0, nullptr);
+    const BeatLog log(&thread);
+    thread.start();
+    QTRY_VERIFY_WITH_TIMEOUT(log.beats() >= 500, WaitLimitMs);
+    QVERIFY(stopAndWait(&thread));
+    const QList<qint64> sleeps = gate.nanoseconds();
+    QCOMPARE(sleeps.count(0), sleeps.size());
+}
+
+void tst_MsgThread::sleepsForeverWithANegativeInterval_data()
+{
+    QTest::addColumn<int>("interval");
+    QTest::addColumn<qint64>("seconds");
+    // 2^64 milliseconds less the interval.
+    QTest::newRow("one") << -1 << Q_INT64_C(18446744073709551);
+    QTest::newRow("ten") << -10 << Q_INT64_C(18446744073709551);
+    QTest::newRow("smallest") << std::numeric_limits<int>::min() << Q_INT64_C(18446744071562067);
+}
+
+void tst_MsgThread::sleepsForeverWithANegativeInterval()
+{
+    QFETCH(int, interval);
+    QFETCH(qint64, seconds);
+    const SleepGate gate(SleepGate::Open);
+    MsgThread sleeper(interval, nullptr);
+    const BeatLog log(&sleeper);
+    sleeper.start();
+    QTRY_COMPARE_WITH_TIMEOUT(gate.count(), 1, WaitLimitMs);
+    QCOMPARE(gate.lastSeconds(), seconds);
+    // Neither a new interval nor the stop flag wakes it while another thread beats on.
+    sleeper.setInterval(0);
+    sleeper.setStop(true);
+    MsgThread other(1, nullptr);
+    const BeatLog otherLog(&other);
+    other.start();
+    QTRY_VERIFY_WITH_TIMEOUT(otherLog.beats() >= 50, WaitLimitMs);
+    QVERIFY(stopAndWait(&other));
+    QVERIFY(sleeper.isRunning());
+    QCOMPARE(log.words(), (QStringList{QStringLiteral("begin"), QStringLiteral("false")}));
+    sleeper.terminate();
+    QVERIFY(sleeper.wait(WaitLimitMs));
+    QCOMPARE(log.words(), (QStringList{QStringLiteral("begin"), QStringLiteral("false")}));
+}
+
+void tst_MsgThread::takesANewIntervalAtTheNextSleep()
+{
+    SleepGate gate(SleepGate::Closed);
+    MsgThread thread(10, nullptr);
+    thread.start();
+    QTRY_COMPARE_WITH_TIMEOUT(gate.count(), 1, WaitLimitMs);
+    thread.setInterval(25);
+    gate.releaseOne();
+    QTRY_COMPARE_WITH_TIMEOUT(gate.count(), 2, WaitLimitMs);
+    thread.setInterval(1500);
+    gate.releaseOne();
+    QTRY_COMPARE_WITH_TIMEOUT(gate.count(), 3, WaitLimitMs);
+    QCOMPARE(
+        gate.nanoseconds(),
+        (QList<qint64>{10 * NanosecondsPerMs, 25 * NanosecondsPerMs, 1500 * NanosecondsPerMs}));
+    thread.setStop(true);
+    gate.open();
+    QVERIFY(thread.wait(WaitLimitMs));
+}
+
+void tst_MsgThread::servesEventsOfObjectsThatLiveInIt()
+{
+    MsgThread thread(0, nullptr);
+    EventReceiver receiver;
+    receiver.moveToThread(&thread);
+    thread.start();
+    for (int i = 1; i <= 5; ++i) {
+        QCoreApplication::postEvent(&receiver, new QEvent(QEvent::User));
+        QTRY_COMPARE_WITH_TIMEOUT(receiver.events.load(), i, WaitLimitMs);
+        QCOMPARE(receiver.thread.load(), &thread);
+    }
+    QVERIFY(stopAndWait(&thread));
+}
+
+KSPROXY_TEST_MAIN(tst_MsgThread)
+#include "tst_MsgThread.moc"

@@ -1,0 +1,458 @@
+#include "PackageKinds.h"
+#include "TestMain.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <algorithm>
+
+namespace {
+
+struct FieldRow
+{
+    const char *name;
+    const char *field;
+};
+
+// Each stands for what is wrong with it, in a field that is otherwise known.
+constexpr FieldRow BadFields[] = {
+    {"no name and no value", ""},
+    {"a known name without a value sign", "portAddr"},
+    {"an unknown name without a value sign", "something"},
+    {"serial number: empty", "serialNum="},
+    {"serial number: negative", "serialNum=-1"},
+    {"serial number: 2^64", "serialNum=18446744073709551616"},
+    {"serial number: a word", "serialNum=one"},
+    {"serial number: hexadecimal", "serialNum=0x10"},
+    {"serial number: with a fraction", "serialNum=1.0"},
+    {"integer: empty", "deviceType="},
+    {"integer: a word", "deviceType=one"},
+    {"integer: a sign alone", "deviceType=-"},
+    {"integer: two signs", "deviceType=--1"},
+    {"integer: hexadecimal", "deviceType=0x10"},
+    {"integer: with a fraction", "deviceType=1.0"},
+    {"integer: with an exponent", "deviceType=1e3"},
+    {"integer: grouped", "deviceType=1,000"},
+    {"integer: grouped with points", "deviceType=1.000"},
+    {"integer: something after it", "deviceType=1x"},
+    {"integer: percent-encoded", "deviceType=%31"},
+    {"integer: another alphabet's digits", "deviceType=\u0661"},
+    {"integer: full-width digits", "deviceType=\uFF11"},
+    {"integer: a second value sign", "deviceType=1=1"},
+    {"device type: above its range", "deviceType=2147483648"},
+    {"device type: below its range", "deviceType=-2147483649"},
+    {"device type: above 64 bits", "deviceType=9223372036854775808"},
+    {"port address: above its range", "portAddr=128"},
+    {"port address: below its range", "portAddr=-129"},
+    {"scan board address: above its range", "scanBoardAddr=2147483648"},
+    {"des address: above its range", "desAddr=128"},
+    {"des address: below its range", "desAddr=-129"},
+    {"scr address: above its range", "scrAddr=128"},
+    {"scr address: below its range", "scrAddr=-129"},
+    {"high address: above its range", "highAddr=65536"},
+    {"high address: negative", "highAddr=-1"},
+    {"low address: above its range", "lowAddr=65536"},
+    {"low address: negative", "lowAddr=-1"},
+    {"reserved: above its range", "reserved2=2147483648"},
+    {"timeout: below its range", "timeout=-2147483649"},
+    {"read length: empty", "readLength="},
+    {"read length: above its range", "readLength=2147483648"},
+    {"result: empty", "commResult="},
+    {"result: a word", "commResult=Success"},
+    {"result: above its range", "commResult=2147483648"},
+    {"tag: cut off after the percent", "tag=a%"},
+    {"tag: cut off after a digit", "tag=a%4"},
+    {"tag: no hexadecimal digit", "tag=a%4g"},
+    {"tag: not encoded", "tag=\u00E4"},
+    {"tag: not encoded and no Latin-1", "tag=\u65E5"},
+    {"tag: no UTF-8", "tag=%FF"},
+    {"tag: UTF-8 cut off", "tag=a%C3"},
+    {"tag: UTF-8 longer than needed", "tag=%C0%80"},
+    {"tag: a surrogate in UTF-8", "tag=%ED%A0%80"},
+    {"tag: beyond the last code point", "tag=%F4%90%80%80"},
+    {"tag: a continuation alone", "tag=%80"},
+    {"connection key: cut off after the percent", "serverConnectionKey=a%"},
+    {"connection key: no UTF-8", "serverConnectionKey=%FF"},
+    {"data: no Base64", "data=Zm9!"},
+    {"data: URL alphabet", "data=--__"},
+    {"data: a blank", "data=Zm 9v"},
+    {"data: padding in the middle", "data=Zg==Zm9v"},
+    {"data: padding alone", "data=="},
+    {"data: too much padding", "data=Z==="},
+    {"data: cut off after one character", "data=Zm9vY"},
+    {"data: cut off before its padding", "data=Zm9vYg"},
+    {"data: no Latin-1", "data=\u65E5\u65E5\u65E5\u65E5"},
+    {"data length: empty", "dataLength="},
+    {"data length: negative", "dataLength=-1"},
+    {"data length: a word", "dataLength=four"},
+    {"data length: too small", "dataLength=3"},
+    {"data length: too large", "dataLength=5"},
+    {"data length: above its range", "dataLength=4294967300"},
+    {"read/write code: another", "readWriteCode=1"},
+    {"read/write code: a plain package's", "readWriteCode=-1"},
+    {"read/write code: empty", "readWriteCode="},
+    {"read/write code: a word", "readWriteCode=read"},
+    {"client package type: another", "clientPackageType=1"},
+    {"client package type: empty", "clientPackageType="},
+};
+
+/// A filled read request, in which `dataLength=4` is right.
+void prepare(PackageRequestReadData *package)
+{
+    PackageKinds::fill(package);
+    package->setCommResult(TarnEnum::Success);
+}
+
+QString field(const char *text)
+{
+    return QString::fromUtf8(text);
+}
+
+} // namespace
+
+class tst_PackageTextReading : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void keepsTheGoodFieldsOfABadText_data();
+    void keepsTheGoodFieldsOfABadText();
+    void reportsABadFieldWhereverItStands_data();
+    void reportsABadFieldWhereverItStands();
+    void overrulesAGoodResultInABadText();
+    void reportsAnEmptyText();
+    void takesGoodFields_data();
+    void takesGoodFields();
+    void takesFieldsInAnyOrder();
+    void ignoresUnknownNames_data();
+    void ignoresUnknownNames();
+    void keepsTheValuesOfMissingFields();
+    void takesTheLastOfTwoEqualFields();
+    void reportsABadFieldThatAGoodOneFollows();
+    void neverChangesTheCodesOfATypedPackage_data();
+    void neverChangesTheCodesOfATypedPackage();
+    void ignoresTheCodesInAPlainPackage_data();
+    void ignoresTheCodesInAPlainPackage();
+    void comparesTheDataLengthWhereverItStands_data();
+    void comparesTheDataLengthWhereverItStands();
+    void readsAgainAfterABadText();
+    void survivesRandomTexts_data();
+    void survivesRandomTexts();
+};
+
+void tst_PackageTextReading::keepsTheGoodFieldsOfABadText_data()
+{
+    QTest::addColumn<QString>("bad");
+    for (const FieldRow &row : BadFields)
+        QTest::newRow(row.name) << field(row.field);
+}
+
+void tst_PackageTextReading::keepsTheGoodFieldsOfABadText()
+{
+    QFETCH(QString, bad);
+    PackageRequestReadData expected;
+    prepare(&expected);
+    expected.fromString(QStringLiteral("serialNum=77"));
+    expected.setReserved2(1);
+    expected.setTag(QStringLiteral("good"));
+    expected.setCommResult(TarnEnum::BadReply);
+
+    PackageRequestReadData package;
+    prepare(&package);
+    package.fromString(QStringLiteral("serialNum=77;reserved2=1;tag=good;") + bad);
+    // The length of the data is announced and compared; it has no value to keep.
+    QCOMPARE(PackageKinds::describe(package), PackageKinds::describe(expected));
+}
+
+void tst_PackageTextReading::reportsABadFieldWhereverItStands_data()
+{
+    keepsTheGoodFieldsOfABadText_data();
+}
+
+void tst_PackageTextReading::reportsABadFieldWhereverItStands()
+{
+    QFETCH(QString, bad);
+    const QString good = QStringLiteral("serialNum=77;reserved2=1");
+    const QStringList texts{bad + QLatin1Char(';') + good,
+                            QStringLiteral("serialNum=77;") + bad + QStringLiteral(";reserved2=1"),
+                            good + QLatin1Char(';') + bad};
+    for (const QString &text : texts) {
+        PackageRequestReadData package;
+        prepare(&package);
+        package.fromString(text);
+        QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
+        QCOMPARE(package.getSerialNum(), Q_UINT64_C(77));
+        QCOMPARE(package.getReserved2(), 1);
+    }
+}
+
+void tst_PackageTextReading::overrulesAGoodResultInABadText()
+{
+    PackageRequestReadData package;
+    package.fromString(QStringLiteral("commResult=0;portAddr=x"));
+    QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
+    package.fromString(QStringLiteral("portAddr=x;commResult=0"));
+    QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
+}
+
+void tst_PackageTextReading::reportsAnEmptyText()
+{
+    for (const QString &text : {QString(), QStringLiteral("")}) {
+        PackageRequestReadData package;
+        prepare(&package);
+        QStringList expected = PackageKinds::describe(package);
+        expected.replaceInStrings(QStringLiteral("result: 0"), QStringLiteral("result: 5"));
+        package.fromString(text);
+        QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
+        QCOMPARE(PackageKinds::describe(package), expected);
+    }
+}
+
+void tst_PackageTextReading::takesGoodFields_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("line");
+    const auto row = [](const char *name, const char *text, const char *line) {
+        QTest::newRow(name) << field(text) << field(line);
+    };
+    row("the largest serial number", "serialNum=18446744073709551615",
+        "serial number: 18446744073709551615");
+    row("serial number zero", "serialNum=0", "serial number: 0");
+    row("serial number with leading zeros", "serialNum=007", "serial number: 7");
+    row("a negative integer", "deviceType=-1", "device type: -1");
+    row("the smallest port address", "portAddr=-128", "port address: -128");
+    row("the largest high address", "highAddr=65535", "high address: 65535");
+    row("a read length", "readLength=16", "read length: 16");
+    row("a negative read length", "readLength=-1", "read length: -1");
+    row("a known result", "commResult=3", "result: 3");
+    row("an unknown result", "commResult=99", "result: 99");
+    row("a negative result", "commResult=-1", "result: -1");
+    row("an empty text", "tag=", "tag: ");
+    row("a text with value signs", "tag=a=b=", "tag: a=b=");
+    row("a text that need not be encoded but is", "tag=%41", "tag: A");
+    row("a text with small hexadecimal digits", "tag=%c3%a4", "tag: \u00E4");
+    row("a text with a plus", "tag=a+b", "tag: a+b");
+    row("a text with blanks", "tag= a ", "tag:  a ");
+    row("a connection key", "serverConnectionKey=%2Fdev%2FttyS0", "connection key: /dev/ttyS0");
+    row("data with padding", "data=Zg==", "data: 66");
+    row("no data", "data=", "data: ");
+}
+
+void tst_PackageTextReading::takesGoodFields()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, line);
+    PackageRequestReadData package;
+    prepare(&package);
+    QStringList expected = PackageKinds::describe(package);
+    package.fromString(text);
+    const QString label = line.left(line.indexOf(QLatin1Char(':')) + 1);
+    for (QString &other : expected) {
+        if (other.startsWith(label))
+            other = line;
+    }
+    QCOMPARE(PackageKinds::describe(package), expected);
+}
+
+void tst_PackageTextReading::takesFieldsInAnyOrder()
+{
+    PackageRequestReadData sent;
+    PackageKinds::fill(&sent);
+    QStringList fields = sent.toReplyString().split(QLatin1Char(';'));
+    std::reverse(fields.begin(), fields.end());
+    PackageRequestReadData received;
+    received.setReadLength(sent.getReadLength());
+    received.fromString(fields.join(QLatin1Char(';')));
+    QCOMPARE(PackageKinds::describe(received), PackageKinds::describe(sent));
+}
+
+void tst_PackageTextReading::ignoresUnknownNames_data()
+{
+    QTest::addColumn<QString>("unknown");
+    QTest::newRow("a new name") << QStringLiteral("newField=1");
+    QTest::newRow("without a value") << QStringLiteral("newField=");
+    QTest::newRow("with a value that nobody could read") << QStringLiteral("newField=%x\u65E5==");
+    QTest::newRow("without a name") << QStringLiteral("=1");
+    QTest::newRow("other letter case") << QStringLiteral("TAG=other");
+    QTest::newRow("a blank before the name") << QStringLiteral(" tag=other");
+    QTest::newRow("the beginning of a name") << QStringLiteral("ta=other");
+    QTest::newRow("more than a name") << QStringLiteral("tags=other");
+    QTest::newRow("the user token") << QStringLiteral("userToken=1");
+    QTest::newRow("no Latin-1") << QStringLiteral("\u65E5=1");
+}
+
+void tst_PackageTextReading::ignoresUnknownNames()
+{
+    QFETCH(QString, unknown);
+    PackageRequestReadData package;
+    prepare(&package);
+    const QStringList before = PackageKinds::describe(package);
+    package.fromString(unknown);
+    QCOMPARE(PackageKinds::describe(package), before);
+    package.fromString(QStringLiteral("serialNum=77;") + unknown + QStringLiteral(";timeout=5"));
+    QCOMPARE(package.getCommResult(), TarnEnum::Success);
+    QCOMPARE(package.getSerialNum(), Q_UINT64_C(77));
+    QCOMPARE(package.getTimeout(), 5);
+    QCOMPARE(package.getTag(), QStringLiteral("a tag"));
+}
+
+void tst_PackageTextReading::keepsTheValuesOfMissingFields()
+{
+    PackageRequestReadData package;
+    PackageKinds::fill(&package);
+    QStringList expected = PackageKinds::describe(package);
+    expected.first() = QStringLiteral("serial number: 77");
+    package.fromString(QStringLiteral("serialNum=77"));
+    // The result, too: only a reply that carries one changes it.
+    QCOMPARE(PackageKinds::describe(package), expected);
+}
+
+void tst_PackageTextReading::takesTheLastOfTwoEqualFields()
+{
+    PackageRequestReadData package;
+    package.fromString(QStringLiteral("serialNum=1;tag=first;data=QQ==;dataLength=9;timeout=1;"
+                                      "serialNum=2;tag=last;data=QkI=;dataLength=2;timeout=2"));
+    QCOMPARE(package.getCommResult(), TarnEnum::Success);
+    QCOMPARE(package.getSerialNum(), Q_UINT64_C(2));
+    QCOMPARE(package.getTag(), QStringLiteral("last"));
+    QCOMPARE(package.getData(), QByteArray("BB"));
+    QCOMPARE(package.getTimeout(), 2);
+}
+
+void tst_PackageTextReading::reportsABadFieldThatAGoodOneFollows()
+{
+    PackageRequestReadData package;
+    package.fromString(QStringLiteral("timeout=x;timeout=2"));
+    QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
+    QCOMPARE(package.getTimeout(), 2);
+}
+
+void tst_PackageTextReading::neverChangesTheCodesOfATypedPackage_data()
+{
+    PackageKinds::addRows();
+}
+
+void tst_PackageTextReading::neverChangesTheCodesOfATypedPackage()
+{
+    QFETCH(PackageKind, kind);
+    if (kind.readWriteCode < 0)
+        return; // a plain package, of which the next test speaks
+    for (int readWriteCode = -1; readWriteCode <= 2; ++readWriteCode) {
+        for (int type = -1; type <= 3; ++type) {
+            const auto package = kind.make();
+            package->fromString(QStringLiteral("readWriteCode=%1;clientPackageType=%2;serialNum=77")
+                                    .arg(readWriteCode)
+                                    .arg(type));
+            const bool agrees
+                = readWriteCode == kind.readWriteCode && type == kind.clientPackageType;
+            QCOMPARE(package->getCommResult(), agrees ? TarnEnum::Success : TarnEnum::BadReply);
+            QCOMPARE(package->getReadWriteCode(), kind.readWriteCode);
+            QCOMPARE(package->getClientPackageType(), kind.clientPackageType);
+            QCOMPARE(package->getSerialNum(), Q_UINT64_C(77));
+        }
+    }
+}
+
+void tst_PackageTextReading::ignoresTheCodesInAPlainPackage_data()
+{
+    QTest::addColumn<QString>("codes");
+    QTest::newRow("a read request's") << QStringLiteral("readWriteCode=0;clientPackageType=2");
+    QTest::newRow("a write request's") << QStringLiteral("readWriteCode=1;clientPackageType=1");
+    QTest::newRow("its own") << QStringLiteral("readWriteCode=-1;clientPackageType=0");
+    QTest::newRow("no numbers") << QStringLiteral("readWriteCode=read;clientPackageType=");
+}
+
+void tst_PackageTextReading::ignoresTheCodesInAPlainPackage()
+{
+    QFETCH(QString, codes);
+    for (const PackageKind &kind :
+         {PackageKinds::Plain, PackageKinds::Combination, PackageKinds::Special}) {
+        const auto package = kind.make();
+        package->fromString(codes + QStringLiteral(";serialNum=77"));
+        QCOMPARE(package->getCommResult(), TarnEnum::Success);
+        QCOMPARE(package->getReadWriteCode(), -1);
+        QCOMPARE(package->getClientPackageType(), 0);
+        QCOMPARE(package->getSerialNum(), Q_UINT64_C(77));
+    }
+}
+
+void tst_PackageTextReading::comparesTheDataLengthWhereverItStands_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("isGood");
+    QTest::newRow("before the data, right") << QStringLiteral("dataLength=3;data=Zm9v") << true;
+    QTest::newRow("after the data, right") << QStringLiteral("data=Zm9v;dataLength=3") << true;
+    QTest::newRow("before the data, wrong") << QStringLiteral("dataLength=2;data=Zm9v") << false;
+    QTest::newRow("after the data, wrong") << QStringLiteral("data=Zm9v;dataLength=4") << false;
+    QTest::newRow("no data, right") << QStringLiteral("dataLength=0;data=") << true;
+    QTest::newRow("no data, wrong") << QStringLiteral("dataLength=1;data=") << false;
+    QTest::newRow("not announced") << QStringLiteral("data=Zm9v") << true;
+    QTest::newRow("only announced, as what is held") << QStringLiteral("dataLength=4") << true;
+    QTest::newRow("only announced, otherwise") << QStringLiteral("dataLength=0") << false;
+    QTest::newRow("the last announcement counts, right")
+        << QStringLiteral("dataLength=9;data=Zm9v;dataLength=3") << true;
+    QTest::newRow("the last announcement counts, wrong")
+        << QStringLiteral("dataLength=3;data=Zm9v;dataLength=9") << false;
+}
+
+void tst_PackageTextReading::comparesTheDataLengthWhereverItStands()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, isGood);
+    PackageRequestReadData package;
+    prepare(&package);
+    package.fromString(text + QStringLiteral(";serialNum=77"));
+    QCOMPARE(package.getCommResult(), isGood ? TarnEnum::Success : TarnEnum::BadReply);
+    QCOMPARE(package.getSerialNum(), Q_UINT64_C(77));
+}
+
+void tst_PackageTextReading::readsAgainAfterABadText()
+{
+    PackageRequestReadData package;
+    package.fromString(QStringLiteral("serialNum=x"));
+    QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
+    package.fromString(QStringLiteral("serialNum=77;commResult=0;dataLength=1;data=QQ=="));
+    QCOMPARE(package.getCommResult(), TarnEnum::Success);
+    QCOMPARE(package.getSerialNum(), Q_UINT64_C(77));
+}
+
+void tst_PackageTextReading::survivesRandomTexts_data()
+{
+    PackageKinds::addRows();
+}
+
+void tst_PackageTextReading::survivesRandomTexts()
+{
+    QFETCH(PackageKind, kind);
+    const quint32 seed = QRandomGenerator::system()->generate();
+    qInfo("seed %u", seed);
+    QRandomGenerator random(seed);
+    const auto filled = kind.make();
+    PackageKinds::fill(filled.get());
+    const QString valid = filled->toReplyString();
+    const QString likely = QStringLiteral(";;==%%0123456789-+ABCDEFabcdef xyz,/");
+    for (int round = 0; round < 2000; ++round) {
+        // A valid text with some characters exchanged, or nothing but such characters.
+        QString text = round % 2 == 0 ? valid : QString(random.bounded(60), QLatin1Char('='));
+        for (int i = random.bounded(1, 12); i > 0 && !text.isEmpty(); --i) {
+            const QChar c = random.bounded(4) == 0 ? QChar(random.bounded(0x10000))
+                                                   : likely.at(random.bounded(likely.size()));
+            text[random.bounded(text.size())] = c;
+        }
+        text.truncate(random.bounded(text.size() + 1));
+        const auto package = kind.make();
+        package->fromString(text);
+        QCOMPARE(package->getReadWriteCode(), kind.readWriteCode);
+        QCOMPARE(package->getClientPackageType(), kind.clientPackageType);
+        const QString reply = package->toReplyString();
+        for (const QChar c : reply)
+            QVERIFY2(c.unicode() >= 0x20 && c.unicode() <= 0x7E, qPrintable(text));
+        // Whatever was taken is a value like any other.
+        const auto again = kind.make();
+        again->fromString(reply);
+        QVERIFY2(again->toReplyString() == reply, qPrintable(text));
+    }
+}
+
+KSPROXY_TEST_MAIN(tst_PackageTextReading)
+#include "tst_PackageTextReading.moc"
