@@ -77,6 +77,7 @@ bool KVTServerMessageOldProxy::ReceivedMessage(int id, QString info, QByteArray 
     }
     if (id < FirstReply || id > LastReply)
         return false;
+    m_nIdleCount = 0;
     enqueueReply(id, info, byteInfo);
     return true;
 }

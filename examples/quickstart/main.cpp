@@ -96,13 +96,19 @@ bool carryOut(KVTServerMessageOldProxy *proxy, Request *request,
         *data = reply->getData();
         request->deleteLater(); // the request is ours, and done
     });
-    if ((proxy->*send)(request) && waitFor([&] { return result >= 0; }) && result == 0)
-        return true;
-    if (result < 0)
+    if (!(proxy->*send)(request)) {
+        delete request; // not queued, so it is still ours alone
+        say(QStringLiteral("The request is refused: the registration is gone."));
+        return false;
+    }
+    if (!waitFor([&] { return result >= 0; })) {
         request->setCompletionHandler(nullptr); // still pending: Terminate deletes it
-    say(result < 0 ? QStringLiteral("No reply to the request.")
-                   : QStringLiteral("The server answers with result %1.").arg(result));
-    return false;
+        say(QStringLiteral("No reply to the request."));
+        return false;
+    }
+    if (result != TarnEnum::Success)
+        say(QStringLiteral("The server answers with result %1.").arg(result));
+    return result == TarnEnum::Success;
 }
 
 bool writeAndReadBack(KVTServerMessageOldProxy *proxy, const QString &key)
@@ -151,9 +157,13 @@ bool receiveBroadcast(KVTServerMessageOldProxy *proxy)
 bool run(KVTServerMessageOldProxy *proxy, const QString &serverPath)
 {
     proxy->Initalize();
-    say(QStringLiteral("Looking for the device server ..."));
+    unsigned long long pid = 0;
+    if (KsProxyTools::checkProcessRunning(QStringLiteral("KVTServerMaster"), pid))
+        say(QStringLiteral("A device server is running, process %1.").arg(pid));
+    else
+        say(QStringLiteral("No device server is running: starting %1").arg(serverPath));
     if (!proxy->startServer(serverPath)) {
-        say(QStringLiteral("It does not run and cannot be started from %1.").arg(serverPath));
+        say(QStringLiteral("It cannot be started: is there such a program, and may you run it?"));
         return false;
     }
     if (!registerAtServer(proxy) || !connectControllers(proxy))

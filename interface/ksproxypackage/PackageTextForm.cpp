@@ -112,6 +112,9 @@ bool readText(const QStringRef &value, QString *target)
 
 bool readData(const QStringRef &value, QByteArray *target)
 {
+    // Qt would take a text that breaks off inside its last group of four.
+    if (value.size() % 4 != 0)
+        return false;
     const auto decoded = QByteArray::fromBase64Encoding(
         value.toLatin1(), QByteArray::Base64Encoding | QByteArray::AbortOnBase64DecodingErrors);
     if (!decoded)
