@@ -12,8 +12,9 @@ namespace {
 constexpr quint32 LongestBody = 16 * 1024 * 1024;
 // The four lengths above wrap around in the reader, which takes them as empty frames.
 constexpr quint32 LongestLength = 0xFFFFFFFFU - FrameCodec::LengthBytes;
-constexpr qint64 ReadBufferBytes = 1024 * 1024;
-constexpr qint64 LargestBacklog = 64 * 1024 * 1024;
+constexpr qint64 BytesPerTurn = 64LL * 1024; // then the other clients have theirs
+constexpr qint64 CongestionBytes = 16LL * 1024 * 1024;
+constexpr qint64 LargestBacklog = 64LL * 1024 * 1024;
 
 } // namespace
 
@@ -22,10 +23,13 @@ ClientConnection::ClientConnection(qintptr descriptor, int number, int latencyMs
     , m_name(QStringLiteral("client %1").arg(number))
     , m_requests(latencyMs)
 {
-    m_socket->setReadBufferSize(ReadBufferBytes);
+    m_socket->setReadBufferSize(BytesPerTurn);
     connect(m_socket, &QLocalSocket::readyRead, this, &ClientConnection::read);
     connect(m_socket, &QLocalSocket::disconnected, this, &ClientConnection::closed);
-    m_socket->setSocketDescriptor(descriptor);
+    connect(m_socket, &QLocalSocket::bytesWritten, this, &ClientConnection::goOn);
+    connect(&m_requests, &RequestQueue::due, this, &ClientConnection::goOn, Qt::QueuedConnection);
+    if (!m_socket->setSocketDescriptor(descriptor))
+        QMetaObject::invokeMethod(this, &ClientConnection::closed, Qt::QueuedConnection);
 }
 
 ClientConnection::~ClientConnection()
@@ -58,7 +62,9 @@ void ClientConnection::send(int id, const QString &text)
 {
     if (m_socket->state() != QLocalSocket::ConnectedState)
         return;
-    ServerLog::detail(QStringLiteral("to %1: %2 \"%3\"").arg(m_name).arg(id).arg(text));
+    if (ServerLog::isVerbose())
+        ServerLog::detail(QStringLiteral("to %1: %2 ").arg(m_name).arg(id)
+                          + ServerLog::quoted(text));
     m_socket->write(FrameCodec::encode(MessageBody::encode(id, text)));
     if (m_socket->bytesToWrite() <= LargestBacklog)
         return;
@@ -66,9 +72,8 @@ void ClientConnection::send(int id, const QString &text)
     m_socket->abort();
 }
 
-void ClientConnection::flush(int timeoutMs)
+void ClientConnection::flush(const QDeadlineTimer &deadline)
 {
-    const QDeadlineTimer deadline(timeoutMs);
     while (m_socket->state() == QLocalSocket::ConnectedState && m_socket->bytesToWrite() > 0
            && !deadline.hasExpired())
         m_socket->waitForBytesWritten(static_cast<int>(deadline.remainingTime()));
@@ -76,13 +81,35 @@ void ClientConnection::flush(int timeoutMs)
 
 void ClientConnection::read()
 {
-    while (m_socket->bytesAvailable() > 0) {
-        m_reader.append(withoutPassedOver(m_socket->readAll()));
-        QByteArray body;
-        while (m_reader.takeFrame(&body))
-            Q_EMIT bodyReceived(body);
-        passOverLongFrame();
-    }
+    if (m_isPaused)
+        return;
+    m_reader.append(withoutPassedOver(m_socket->read(BytesPerTurn)));
+    serve();
+}
+
+void ClientConnection::serve()
+{
+    QByteArray body;
+    while (!isCongested() && m_reader.takeFrame(&body))
+        Q_EMIT bodyReceived(body);
+    m_isPaused = isCongested();
+    if (m_isPaused)
+        return;
+    passOverLongFrame();
+    if (m_socket->bytesAvailable() > 0)
+        QMetaObject::invokeMethod(this, &ClientConnection::read, Qt::QueuedConnection);
+}
+
+void ClientConnection::goOn()
+{
+    if (m_isPaused && !isCongested())
+        serve();
+}
+
+bool ClientConnection::isCongested() const
+{
+    return m_socket->bytesToWrite() > CongestionBytes
+        || m_requests.waitingBytes() > CongestionBytes;
 }
 
 // Its bytes are counted, not kept, so that neither this frame nor the client's next one costs the

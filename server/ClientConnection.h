@@ -7,11 +7,13 @@
 #include <QObject>
 #include <QString>
 
+class QDeadlineTimer;
 class QLocalSocket;
 
 /// One client of the server: cuts what it sends into message bodies, writes what it is sent, keeps
 /// its waiting requests. What a client does wrong is logged and never harms the others: a frame
-/// that is too long is passed over, and a client that does not read is dropped.
+/// that is too long is passed over; a client for whom much waits, as requests or as replies it has
+/// not read, is not read from; and one that lets others' messages pile up is dropped.
 class ClientConnection : public QObject
 {
     Q_OBJECT
@@ -31,8 +33,8 @@ public:
     /// Sends one message.
     void send(int id, const QString &text = QString());
 
-    /// Blocks until everything sent has left or the client is gone; at most \a timeoutMs.
-    void flush(int timeoutMs);
+    /// Blocks until everything sent has left, the client is gone or \a deadline is over.
+    void flush(const QDeadlineTimer &deadline);
 
 Q_SIGNALS:
     void bodyReceived(const QByteArray &body);
@@ -41,6 +43,9 @@ Q_SIGNALS:
 
 private:
     void read();
+    void serve();
+    void goOn();
+    bool isCongested() const;
     void passOverLongFrame();
     QByteArray withoutPassedOver(QByteArray bytes);
 
@@ -49,6 +54,7 @@ private:
     RequestQueue m_requests;
     FrameReader m_reader;
     qint64 m_bytesToPassOver = 0;
+    bool m_isPaused = false;
     bool m_isRegistered = false;
 };
 

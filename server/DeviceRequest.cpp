@@ -42,7 +42,7 @@ std::unique_ptr<DeviceRequest> DeviceRequest::read(int messageId, const QString 
 {
     std::unique_ptr<PackageBase> package = newPackage(messageId);
     package->fromString(text);
-    if (package->getCommResult() != TarnEnum::Success)
+    if (package->getCommResult() == TarnEnum::BadReply)
         return nullptr;
     return std::unique_ptr<DeviceRequest>(new DeviceRequest(messageId, std::move(package)));
 }

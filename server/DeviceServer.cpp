@@ -5,10 +5,12 @@
 #include "PackageBase.h"
 #include "ServerLog.h"
 
+#include <QDeadlineTimer>
+
 namespace {
 
 constexpr int HeartbeatMs = 3000;
-constexpr int GoodbyeMs = 1000;
+constexpr int GoodbyeMs = 2000;
 const QString Version = QStringLiteral(KSPROXY_VERSION);
 
 QString identity()
@@ -75,8 +77,9 @@ void DeviceServer::sayGoodbye()
     const QList<ClientConnection *> clients = m_clients;
     for (ClientConnection *const client : clients)
         client->send(TarnEnum::Unregistered);
+    const QDeadlineTimer deadline(GoodbyeMs); // for all: some may not read
     for (ClientConnection *const client : clients)
-        client->flush(GoodbyeMs);
+        client->flush(deadline);
 }
 
 void DeviceServer::sendHeartbeats()
@@ -94,7 +97,9 @@ void DeviceServer::receive(ClientConnection *client, const QByteArray &body)
     }
     const int id = MessageBody::id(body);
     const QString text = MessageBody::text(body);
-    ServerLog::detail(QStringLiteral("from %1: %2 \"%3\"").arg(client->name()).arg(id).arg(text));
+    if (ServerLog::isVerbose())
+        ServerLog::detail(QStringLiteral("from %1: %2 ").arg(client->name()).arg(id & 0xFF)
+                          + ServerLog::quoted(text));
     if (DeviceRequest::isRequest(id)) {
         queueRequest(client, id, text);
         return;
@@ -123,8 +128,9 @@ void DeviceServer::receive(ClientConnection *client, const QByteArray &body)
         setAutoConnect(client, text);
         break;
     default:
-        ServerLog::line(
-            QStringLiteral("%1 sent message %2, which is not known").arg(client->name()).arg(id));
+        ServerLog::line(QStringLiteral("%1 sent message %2, which is not known")
+                            .arg(client->name())
+                            .arg(id & 0xFF));
         break;
     }
 }
@@ -151,8 +157,8 @@ void DeviceServer::connectOne(ClientConnection *client, const QString &name)
 {
     notify(TarnEnum::BeginConnectEquipment, name, client);
     if (!m_rack.controllers().contains(name) || !m_rack.connectEquipment(name))
-        ServerLog::line(QStringLiteral("%1 asks for the controller \"%2\", which is not there")
-                            .arg(client->name(), name));
+        ServerLog::line(client->name() + QLatin1String(" asks for a controller that is not there: ")
+                        + ServerLog::quoted(name));
     notify(TarnEnum::EquipmentChange, m_rack.tableText(), client);
 }
 
@@ -170,7 +176,7 @@ void DeviceServer::queueRequest(ClientConnection *client, int id, const QString 
 {
     const RequestQueue::Request request = DeviceRequest::read(id, text);
     if (request)
-        client->requests()->add(request);
+        client->requests()->add(request, text.size());
     else
         ServerLog::line(
             QStringLiteral("%1 sent a request %2 that cannot be read").arg(client->name()).arg(id));
@@ -182,10 +188,11 @@ void DeviceServer::carryOut(ClientConnection *client, const RequestQueue::Reques
     client->send(request->replyType(), request->replyText());
     if (!request->hasWritten())
         return;
+    const QString broadcast = request->broadcastText();
     const QList<ClientConnection *> clients = m_clients;
     for (ClientConnection *const other : clients) {
         if (other != client && other->isRegistered())
-            other->send(TarnEnum::BroadcastReply, request->broadcastText());
+            other->send(TarnEnum::BroadcastReply, broadcast);
     }
 }
 
@@ -201,7 +208,7 @@ void DeviceServer::cancel(ClientConnection *client,
 
 void DeviceServer::takeOrder(ClientConnection *client, const QString &order)
 {
-    ServerLog::line(QStringLiteral("%1 orders \"%2\"").arg(client->name(), order));
+    ServerLog::line(client->name() + QLatin1String(" orders ") + ServerLog::quoted(order));
     if (order != QLatin1String("identify"))
         return;
     const QList<ClientConnection *> clients = m_clients;
@@ -217,9 +224,9 @@ void DeviceServer::setAutoConnect(ClientConnection *client, const QString &text)
         m_connectsByItself = false;
     else
         ServerLog::line(
-            QStringLiteral("%1 switches automatic connection to \"%2\", which is neither "
-                           "True nor False")
-                .arg(client->name(), text));
+            client->name()
+            + QLatin1String(" switches automatic connection to what is neither True nor False: ")
+            + ServerLog::quoted(text));
 }
 
 void DeviceServer::appear(const EquipmentDescription &equipment)

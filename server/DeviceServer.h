@@ -23,8 +23,8 @@ public:
     /// Serves the client at the socket \a descriptor, which the server owns from then on.
     void addClient(qintptr descriptor);
 
-    /// Tells every client that its registration ends; blocks until that has left, at most a second
-    /// for each.
+    /// Tells every client that its registration ends; blocks until that has left, at most two
+    /// seconds.
     void sayGoodbye();
 
 Q_SIGNALS:

@@ -20,10 +20,11 @@ const char BuiltInEquipment[] = R"({"equipment": [
    "serial": 2003, "text": "Scan board in the LAN"}
 ]})";
 
+constexpr int LargestFile = 16 * 1024 * 1024;
 constexpr int LargestMemory = 16 * 1024 * 1024;
 constexpr int LargestPorts = 128; // a port address is a signed byte
 constexpr int LargestScanBoards = 1024;
-constexpr qint64 LargestMemoryInAll = 256 * 1024 * 1024;
+constexpr qint64 LargestMemoryInAll = 256LL * 1024 * 1024;
 
 bool isLatin1(const QString &text)
 {
@@ -59,7 +60,10 @@ bool EquipmentConfig::readFile(const QString &fileName)
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return refuse(fileName, QStringLiteral("cannot be read: ") + file.errorString());
-    if (read(file.readAll()))
+    const QByteArray json = file.read(LargestFile + 1);
+    if (json.size() > LargestFile)
+        return refuse(fileName, QStringLiteral("is longer than %1 bytes").arg(LargestFile));
+    if (read(json))
         return true;
     return refuse(fileName, m_error);
 }
@@ -145,6 +149,9 @@ bool EquipmentConfig::readKind(const QJsonObject &object, const QString &place,
     if (!readText(object, place, name, &kind)
         || !readText(object, place, QStringLiteral("controller"), &description->controller))
         return false;
+    if (kind == QLatin1String("controller") && object.contains(QLatin1String("controller")))
+        return refuse(member(place, QStringLiteral("controller")),
+                      QStringLiteral("a controller belongs to none"));
     if (kind == QLatin1String("controller"))
         description->kind = EquipmentDescription::Kind::Controller;
     else if (kind == QLatin1String("scanBoard"))
@@ -158,8 +165,10 @@ bool EquipmentConfig::readKind(const QJsonObject &object, const QString &place,
 bool EquipmentConfig::readNumbers(const QJsonObject &object, const QString &place,
                                   EquipmentDescription *description)
 {
+    constexpr int smallest = std::numeric_limits<int>::min();
     constexpr int largest = std::numeric_limits<int>::max();
-    if (!readNumber(object, place, QStringLiteral("serial"), 0, largest, &description->serial)
+    if (!readNumber(object, place, QStringLiteral("serial"), smallest, largest,
+                    &description->serial)
         || !readNumber(object, place, QStringLiteral("memory"), 1, LargestMemory,
                        &description->memory)
         || !readNumber(object, place, QStringLiteral("ports"), 1, LargestPorts, &description->ports)
@@ -209,7 +218,7 @@ bool EquipmentConfig::readNumber(const QJsonObject &object, const QString &place
     const QJsonValue value = object.value(name);
     if (value.isUndefined())
         return true;
-    const double given = value.toDouble(-1);
+    const double given = value.toDouble();
     if (!value.isDouble() || given < smallest || given > largest
         || given != static_cast<double>(static_cast<qint64>(given)))
         return refuse(
@@ -231,8 +240,6 @@ bool EquipmentConfig::checkControllers()
         const EquipmentDescription &description = m_equipment.at(i);
         const QString place = QStringLiteral("equipment[%1].controller").arg(i);
         const bool isBoard = description.kind == EquipmentDescription::Kind::ScanBoard;
-        if (!isBoard && !description.controller.isEmpty())
-            return refuse(place, QStringLiteral("a controller belongs to none"));
         if (isBoard && !controllers.contains(description.controller))
             return refuse(
                 place, QStringLiteral("there is no controller \"%1\"").arg(description.controller));

@@ -52,8 +52,9 @@ bool EquipmentRack::connectEquipment(const QString &key)
 
 void EquipmentRack::connectAll()
 {
-    for (Unit &unit : m_units)
-        unit.isConnected = unit.isThere;
+    const QStringList keys = controllers();
+    for (const QString &key : keys)
+        connectEquipment(key);
 }
 
 void EquipmentRack::appear(const QString &key)

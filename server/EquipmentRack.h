@@ -24,7 +24,7 @@ public:
     /// when it is not there.
     bool connectEquipment(const QString &key);
 
-    /// Connects everything that is there.
+    /// Connects every controller that is there, with its scan boards.
     void connectAll();
 
     /// The equipment with that key is there from now on, not connected.

@@ -10,15 +10,21 @@ RequestQueue::RequestQueue(int latencyMs)
     connect(&m_timer, &QTimer::timeout, this, &RequestQueue::emitDue);
 }
 
-void RequestQueue::add(const Request &request)
+void RequestQueue::add(const Request &request, qint64 bytes)
 {
     if (m_latencyMs == 0) {
         Q_EMIT due(request);
         return;
     }
-    m_entries.push_back({QDeadlineTimer(m_latencyMs, Qt::PreciseTimer), request});
+    m_entries.push_back({QDeadlineTimer(m_latencyMs, Qt::PreciseTimer), request, bytes});
+    m_waitingBytes += bytes;
     if (!m_timer.isActive())
         startTimer();
+}
+
+qint64 RequestQueue::waitingBytes() const
+{
+    return m_waitingBytes;
 }
 
 std::vector<RequestQueue::Request>
@@ -28,8 +34,10 @@ RequestQueue::take(const std::function<bool(const DeviceRequest &)> &isMeant)
     const auto firstTaken
         = std::stable_partition(m_entries.begin(), m_entries.end(),
                                 [&](const Entry &entry) { return !isMeant(*entry.request); });
-    std::for_each(firstTaken, m_entries.end(),
-                  [&](const Entry &entry) { taken.push_back(entry.request); });
+    std::for_each(firstTaken, m_entries.end(), [&](const Entry &entry) {
+        taken.push_back(entry.request);
+        m_waitingBytes -= entry.bytes;
+    });
     m_entries.erase(firstTaken, m_entries.end());
     return taken;
 }
@@ -38,6 +46,7 @@ void RequestQueue::emitDue()
 {
     while (!m_entries.empty() && m_entries.front().deadline.hasExpired()) {
         const Request request = m_entries.front().request;
+        m_waitingBytes -= m_entries.front().bytes;
         m_entries.pop_front();
         Q_EMIT due(request);
     }

@@ -24,7 +24,11 @@ public:
     /// returns.
     explicit RequestQueue(int latencyMs);
 
-    void add(const Request &request);
+    /// \a bytes is what the request takes up while it waits.
+    void add(const Request &request, qint64 bytes);
+
+    /// What all waiting requests take up.
+    qint64 waitingBytes() const;
 
     /// Takes out, in order, the requests that \a isMeant; they will not be due any more.
     std::vector<Request> take(const std::function<bool(const DeviceRequest &)> &isMeant);
@@ -37,6 +41,7 @@ private:
     {
         QDeadlineTimer deadline;
         Request request;
+        qint64 bytes;
     };
 
     void emitDue();
@@ -45,6 +50,7 @@ private:
     int m_latencyMs;
     QTimer m_timer;
     std::deque<Entry> m_entries;
+    qint64 m_waitingBytes = 0;
 };
 
 #endif

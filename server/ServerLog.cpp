@@ -4,13 +4,33 @@
 
 namespace {
 
-bool isVerbose = false;
+constexpr int LongestQuote = 200;
+bool printsDetails = false;
 
 } // namespace
 
 void ServerLog::setVerbose(bool verbose)
 {
-    isVerbose = verbose;
+    printsDetails = verbose;
+}
+
+bool ServerLog::isVerbose()
+{
+    return printsDetails;
+}
+
+QString ServerLog::quoted(const QString &text)
+{
+    QString quote;
+    for (const QChar c : text.left(LongestQuote)) {
+        if (c.isPrint())
+            quote += c;
+        else
+            quote += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+    }
+    const bool isShortened = text.size() > LongestQuote;
+    return QLatin1Char('"') + quote
+        + (isShortened ? QStringLiteral("\"...") : QStringLiteral("\""));
 }
 
 void ServerLog::line(const QString &text)
@@ -20,6 +40,6 @@ void ServerLog::line(const QString &text)
 
 void ServerLog::detail(const QString &text)
 {
-    if (isVerbose)
+    if (printsDetails)
         line(text);
 }

@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QLocalSocket>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -20,8 +19,29 @@
 namespace {
 
 const QString SocketName = QStringLiteral("tarnSver");
-constexpr int ProbeTimeoutMs = 500;
 constexpr int AcceptPauseMs = 100;
+
+sockaddr_un addressOf(const QString &path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof address.sun_path);
+    return address;
+}
+
+const sockaddr *generic(const sockaddr_un *address)
+{
+    return reinterpret_cast<const sockaddr *>(address);
+}
+
+// 0 when there is no such file.
+quint64 inodeOf(const QString &path)
+{
+    struct stat status
+    {
+    };
+    return lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
+}
 
 QString reason(int error)
 {
@@ -42,17 +62,23 @@ ServerSocket::~ServerSocket()
     if (m_descriptor < 0)
         return;
     delete m_notifier;
-    QFile::remove(m_path);
+    if (inodeOf(m_path) == m_inode) // unless somebody has put another one in its place
+        QFile::remove(m_path);
     close(m_descriptor);
 }
 
 ServerSocket::Outcome ServerSocket::listen()
 {
+    if (QFile::encodeName(m_path).size() >= static_cast<int>(sizeof(sockaddr_un::sun_path))) {
+        m_error = QStringLiteral("%1 is too long for a local socket").arg(m_path);
+        return Outcome::Failed;
+    }
     if (!lock())
         return m_lock.error() == QLockFile::LockFailedError ? Outcome::Occupied : Outcome::Failed;
     // Also a server that keeps no lock is not displaced.
-    if (isServed())
-        return Outcome::Occupied;
+    const Outcome way = clearTheWay();
+    if (way != Outcome::Listening)
+        return way;
     if (!bindAndListen())
         return Outcome::Failed;
     m_notifier = new QSocketNotifier(m_descriptor, QSocketNotifier::Read, this);
@@ -89,38 +115,45 @@ bool ServerSocket::lock()
     return false;
 }
 
-bool ServerSocket::isServed()
+// What stands in the socket's place is only ever replaced when it is a socket that nobody listens
+// to.
+ServerSocket::Outcome ServerSocket::clearTheWay()
 {
-    QLocalSocket probe;
-    probe.connectToServer(SocketName);
-    if (!probe.waitForConnected(ProbeTimeoutMs))
-        return false;
+    const sockaddr_un address = addressOf(m_path);
+    struct stat status
+    {
+    };
+    if (lstat(address.sun_path, &status) != 0)
+        return Outcome::Listening;
+    if (!S_ISSOCK(status.st_mode)) {
+        m_error = QStringLiteral("%1 is there and is not a socket").arg(m_path);
+        return Outcome::Failed;
+    }
+    const int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const bool isServed = ::connect(probe, generic(&address), sizeof address) == 0;
+    const int error = errno;
     ucred peer{};
     socklen_t size = sizeof peer;
-    const int descriptor = static_cast<int>(probe.socketDescriptor());
-    m_error = getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
+    m_error = isServed && getsockopt(probe, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
         ? QStringLiteral("%1 is served already, by process %2").arg(m_path).arg(peer.pid)
         : QStringLiteral("%1 is served already").arg(m_path);
-    return true;
+    close(probe);
+    // Anything but a refusal, such as a full queue, says that somebody is there.
+    if (isServed || error != ECONNREFUSED)
+        return Outcome::Occupied;
+    unlink(address.sun_path);
+    return Outcome::Listening;
 }
 
 bool ServerSocket::bindAndListen()
 {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const QByteArray path = QFile::encodeName(m_path);
-    if (static_cast<size_t>(path.size()) >= sizeof address.sun_path) {
-        m_error = QStringLiteral("%1 is too long for a local socket").arg(m_path);
-        return false;
-    }
-    std::memcpy(address.sun_path, path.constData(), static_cast<size_t>(path.size()));
+    const sockaddr_un address = addressOf(m_path);
     m_descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    unlink(address.sun_path);
     const mode_t previous = umask(S_IRWXG | S_IRWXO); // the file never exists with more access
-    const bool isBound
-        = bind(m_descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    const bool isBound = bind(m_descriptor, generic(&address), sizeof address) == 0;
     const int bindError = errno;
     umask(previous);
+    m_inode = inodeOf(m_path);
     if (isBound && ::listen(m_descriptor, SOMAXCONN) == 0)
         return true;
     m_error = QStringLiteral("cannot listen on %1: %2")
@@ -134,6 +167,7 @@ void ServerSocket::accept()
 {
     const int client = accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (client >= 0) {
+        m_hasToldOfWaiting = false;
         Q_EMIT connected(client);
         return;
     }
@@ -144,7 +178,9 @@ void ServerSocket::accept()
 // The client stays in the queue, which would announce it again at once and forever.
 void ServerSocket::pauseAccepting()
 {
-    ServerLog::line(QStringLiteral("a client has to wait: %1").arg(reason(errno)));
+    if (!m_hasToldOfWaiting)
+        ServerLog::line(QStringLiteral("a client has to wait: %1").arg(reason(errno)));
+    m_hasToldOfWaiting = true;
     m_notifier->setEnabled(false);
     QTimer::singleShot(AcceptPauseMs, this, [this] { m_notifier->setEnabled(true); });
 }

@@ -35,7 +35,7 @@ Q_SIGNALS:
 
 private:
     bool lock();
-    bool isServed();
+    Outcome clearTheWay();
     bool bindAndListen();
     void accept();
     void pauseAccepting();
@@ -44,6 +44,8 @@ private:
     QLockFile m_lock;
     int m_descriptor = -1;
     QSocketNotifier *m_notifier = nullptr;
+    quint64 m_inode = 0;
+    bool m_hasToldOfWaiting = false;
     QString m_error;
 };
 

@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
 #include <cstdio>
 
 namespace {
@@ -38,6 +39,8 @@ int serve(const ServerOptions &options, const QVector<EquipmentDescription> &equ
 
 int main(int argc, char **argv)
 {
+    // Whoever reads what this program says may go away; it serves its clients all the same.
+    std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argc, argv);
     ServerOptionsReader reader;
     switch (reader.read(QCoreApplication::arguments())) {

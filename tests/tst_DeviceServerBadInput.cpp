@@ -33,6 +33,7 @@ private Q_SLOTS:
     void takesAWrappedLengthAsAnEmptyMessage();
     void servesOthersWhileAFrameNeverEnds();
     void cutsFramesThatArriveByteByByte();
+    void keepsItsLogLinesWhole();
     void survivesRandomBytes();
     void survivesDamagedRequests();
 
@@ -158,6 +159,19 @@ void tst_DeviceServerBadInput::cutsFramesThatArriveByteByByte()
                 || client.socket().waitForBytesWritten(WaitLimitMs));
     }
     QTRY_COMPARE_WITH_TIMEOUT(client.ids(), (QList<int>{11, 18}), WaitLimitMs);
+}
+
+void tst_DeviceServerBadInput::keepsItsLogLinesWhole()
+{
+    RawClient client;
+    QVERIFY(client.connectToServer());
+    client.send(14, QByteArray("one\nKVTServerMaster: forged\0end", 31));
+    client.send(14, QByteArray(100000, 'x'));
+    QVERIFY(isServed(&client));
+    QVERIFY2(m_server->errors().contains(
+                 QLatin1String("client 1 orders \"one\\x0aKVTServerMaster: forged\\x00end\"\n")),
+             qPrintable(m_server->errors()));
+    QVERIFY(m_server->errors().size() < 1000);
 }
 
 void tst_DeviceServerBadInput::survivesRandomBytes()

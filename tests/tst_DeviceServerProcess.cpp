@@ -38,6 +38,9 @@ private Q_SLOTS:
     void replacesWhatACrashLeftBehind();
     void refusesToDisplaceALivingServer();
     void refusesToDisplaceAServerWithoutALock();
+    void refusesToReplaceWhatIsNotASocket();
+    void leavesAnotherServersSocketAlone();
+    void survivesTheLossOfItsOutput();
     void endsWhenIdle();
     void staysWhileAClientIsConnected();
     void refusesBadOptions_data();
@@ -49,7 +52,9 @@ private Q_SLOTS:
     void saysEachMessageWhenVerbose();
     void servesManyClients();
     void servesOthersWhenAClientVanishes();
+    void servesAClientThatAsksForMuchAtOnce();
     void dropsAClientThatDoesNotRead();
+    void keepsItsMemoryWhenMuchWaits();
     void survivesRunningOutOfDescriptors();
 };
 
@@ -146,6 +151,49 @@ void tst_DeviceServerProcess::refusesToDisplaceAServerWithoutALock()
     RawClient client;
     QVERIFY(client.connectToServer());
     QTRY_VERIFY_WITH_TIMEOUT(foreign.hasPendingConnections(), WaitLimitMs);
+}
+
+void tst_DeviceServerProcess::refusesToReplaceWhatIsNotASocket()
+{
+    QFile::remove(socketPath());
+    QFile file(socketPath());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("precious");
+    file.close();
+    ServerProcess server;
+    QVERIFY(!server.start());
+    QVERIFY(server.waitForEnd());
+    QCOMPARE(server.exitCode(), 1);
+    QVERIFY2(server.errors().contains(QLatin1String("is not a socket")),
+             qPrintable(server.errors()));
+    QCOMPARE(file.size(), qint64(8));
+    QVERIFY(file.remove());
+}
+
+void tst_DeviceServerProcess::leavesAnotherServersSocketAlone()
+{
+    ServerProcess server;
+    QVERIFY(server.start());
+    QVERIFY(QFile::remove(socketPath()));
+    QLocalServer foreign;
+    QVERIFY(foreign.listen(QStringLiteral("tarnSver")));
+    server.terminate();
+    QVERIFY(server.waitForEnd());
+    QVERIFY(QFile::exists(socketPath()));
+}
+
+void tst_DeviceServerProcess::survivesTheLossOfItsOutput()
+{
+    ServerProcess server;
+    QVERIFY(server.start());
+    server.closeErrors();
+    RawClient client;
+    QVERIFY(client.registerAtServer());
+    for (int i = 0; i < 3; ++i)
+        client.send(14, "an order, which is logged");
+    client.send(14, "identify");
+    QTRY_COMPARE_WITH_TIMEOUT(client.count(18), 1, WaitLimitMs);
+    QVERIFY(server.isRunning());
 }
 
 void tst_DeviceServerProcess::endsWhenIdle()
@@ -308,6 +356,22 @@ void tst_DeviceServerProcess::servesOthersWhenAClientVanishes()
     QVERIFY(server.isRunning());
 }
 
+void tst_DeviceServerProcess::servesAClientThatAsksForMuchAtOnce()
+{
+    ServerProcess server;
+    QVERIFY(server.start());
+    RawClient client;
+    QVERIFY(client.connectToServer());
+    constexpr int count = 900; // 65,536 bytes become 87,384 characters each: 75 MiB of replies
+    QByteArray requests;
+    for (int i = 0; i < count; ++i)
+        requests += WireBytes::message(7, "serialNum=1;serverConnectionKey=COM1;readLength=65536");
+    client.sendBytes(requests);
+    QTRY_VERIFY_WITH_TIMEOUT(client.receivedBytes() > count * 87384, WaitLimitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(client.count(11), count, WaitLimitMs);
+    QVERIFY(client.isConnected());
+}
+
 void tst_DeviceServerProcess::dropsAClientThatDoesNotRead()
 {
     ServerProcess server;
@@ -318,19 +382,37 @@ void tst_DeviceServerProcess::dropsAClientThatDoesNotRead()
     qstrncpy(address.sun_path, socketPath().toLocal8Bit().constData(), sizeof address.sun_path);
     const int stubborn = ::socket(AF_UNIX, SOCK_STREAM, 0);
     QCOMPARE(::connect(stubborn, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
-    const QByteArray request
-        = WireBytes::message(7, "serialNum=1;serverConnectionKey=COM1;readLength=65536");
-    bool isDropped = false;
-    for (int i = 0; i < 5000 && !isDropped; ++i) // 65,536 bytes become 87,384 characters each
-        isDropped = ::send(stubborn, request.constData(), static_cast<size_t>(request.size()),
-                           MSG_NOSIGNAL)
-            < 0;
-    ::close(stubborn);
-    QVERIFY(isDropped);
+    const QByteArray registration = WireBytes::message(0);
+    QCOMPARE(::send(stubborn, registration.constData(), size_t(registration.size()), 0),
+             ssize_t(registration.size()));
+    RawClient writer;
+    QVERIFY(writer.registerAtServer());
+    const QByteArray request = WireBytes::message(
+        10, "serialNum=1;serverConnectionKey=COM1;data=" + QByteArray(60000, 'x').toBase64());
+    for (int i = 0; i < 900; ++i) // each becomes a broadcast of over 80,000 bytes: 68 MiB
+        writer.sendBytes(request);
     QTRY_VERIFY_WITH_TIMEOUT(
         server.errors().contains(QLatin1String("does not read and is dropped")), WaitLimitMs);
+    ::close(stubborn);
+    QTRY_COMPARE_WITH_TIMEOUT(writer.count(14), 900, WaitLimitMs);
+}
+
+void tst_DeviceServerProcess::keepsItsMemoryWhenMuchWaits()
+{
+    ServerProcess server;
+    QVERIFY(server.start({QStringLiteral("--latency"), QStringLiteral("600000")}));
+    RawClient client;
+    QVERIFY(client.connectToServer());
+    const QByteArray request
+        = WireBytes::message(10, "serialNum=1;data=" + QByteArray(3000000, 'x').toBase64());
+    for (int i = 0; i < 40; ++i) // 160 MB
+        client.sendBytes(request);
+    // The server stops reading, so what it has not read stays with the client.
     RawClient other;
     QVERIFY(other.registerAtServer());
+    QTRY_VERIFY_WITH_TIMEOUT(other.count(4) >= 1, WaitLimitMs);
+    QVERIFY(client.isConnected());
+    QVERIFY(client.socket().bytesToWrite() > 100 * 1000 * 1000);
 }
 
 void tst_DeviceServerProcess::survivesRunningOutOfDescriptors()

@@ -128,7 +128,7 @@ void tst_ServerConfig::namesWhatIsWrong_data()
     row("too much in all",
         entry(R"("key":"a","kind":"controller","memory":16777216,"ports":128,"scanBoards":1024)"),
         "equipment[0]: memory * ports * scanBoards");
-    row("negative serial number", entry(R"("key":"a","kind":"controller","serial":-1)"),
+    row("serial number of 32 bits", entry(R"("key":"a","kind":"controller","serial":2147483648)"),
         "equipment[0].serial:");
     row("negative time", entry(R"("key":"a","kind":"controller","appearsAfter":-1)"),
         "equipment[0].appearsAfter:");
@@ -139,6 +139,9 @@ void tst_ServerConfig::namesWhatIsWrong_data()
         "equipment[0].controller: there is no controller \"x\"");
     row("scan board of itself", entry(R"("key":"a","kind":"scanBoard","controller":"a")"),
         "equipment[0].controller:");
+    row("controller of an empty controller",
+        entry(R"("key":"a","kind":"controller","controller":"")"),
+        "equipment[0].controller: a controller belongs to none");
     row("controller of a controller", entry(R"("key":"a","kind":"controller","controller":"a")"),
         "equipment[0].controller: a controller belongs to none");
 }

@@ -33,6 +33,11 @@ void RawClient::send(int id, const QByteArray &text)
     sendBytes(WireBytes::message(id, text));
 }
 
+int RawClient::receivedBytes() const
+{
+    return m_received.size();
+}
+
 QList<QByteArray> RawClient::bodies() const
 {
     return WireBytes::payloads(m_received);

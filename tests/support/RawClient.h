@@ -22,6 +22,7 @@ public:
     /// Writes one message.
     void send(int id, const QByteArray &text = QByteArray());
 
+    int receivedBytes() const;
     QList<QByteArray> bodies() const;
     /// The texts of the messages with that identifier, in order.
     QList<QByteArray> texts(int id) const;

@@ -80,6 +80,11 @@ QString ServerProcess::errors()
     return QString::fromLocal8Bit(m_errors);
 }
 
+void ServerProcess::closeErrors()
+{
+    m_process.closeReadChannel(QProcess::StandardError);
+}
+
 void ServerProcess::terminate()
 {
     m_process.terminate();

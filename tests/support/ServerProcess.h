@@ -30,6 +30,9 @@ public:
     QString output();
     QString errors();
 
+    /// Closes this end of its standard error: its next line there has no reader.
+    void closeErrors();
+
     void terminate();
     void kill();
     void sendSignal(int number);
