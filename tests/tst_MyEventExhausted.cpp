@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+#include <cstring>
+
 namespace {
 
 int registeredBefore = 0;
@@ -14,6 +16,15 @@ __attribute__((constructor(101))) void takeAllNumbers()
         ++registeredBefore;
 }
 
+// Byte by byte: -1 is no value of the enumeration, so an ordinary read of it would be undefined.
+int number(const QEvent::Type &type)
+{
+    int value = 0;
+    static_assert(sizeof value == sizeof type);
+    std::memcpy(&value, &type, sizeof value);
+    return value;
+}
+
 } // namespace
 
 /// A process in which Qt has no event number left.
@@ -23,29 +34,21 @@ class tst_MyEventExhausted : public QObject
 
 private Q_SLOTS:
     void holdsMinusOneInEachType();
-    void canStillBeMade();
 };
 
 void tst_MyEventExhausted::holdsMinusOneInEachType()
 {
     QVERIFY(registeredBefore > 10);
-    QCOMPARE(int(MyEvent::m_BeginRequestEvent), -1);
-    QCOMPARE(int(MyEvent::m_BroadcastBeginRequestEvent), -1);
-    QCOMPARE(int(MyEvent::m_BroadcastRecvedReplyEvent), -1);
-    QCOMPARE(int(MyEvent::m_NotifyRegisterErrEvent), -1);
-    QCOMPARE(int(MyEvent::m_BeginConnectEquipment), -1);
-    QCOMPARE(int(MyEvent::m_CompleteConnectEquipment), -1);
-    QCOMPARE(int(MyEvent::m_BeginConnectAllController), -1);
-    QCOMPARE(int(MyEvent::m_CompleteConnectAllController), -1);
-    QCOMPARE(int(MyEvent::m_EquipmentChangeEvent), -1);
-    QCOMPARE(int(MyEvent::m_CompleteRequestEvent), -1);
-}
-
-void tst_MyEventExhausted::canStillBeMade()
-{
-    const MyEvent event(MyEvent::m_EquipmentChangeEvent, this, nullptr, nullptr);
-    QCOMPARE(event.m_target, static_cast<void *>(this));
-    QCOMPARE(quint16(event.type()), quint16(0xFFFF));
+    QCOMPARE(number(MyEvent::m_BeginRequestEvent), -1);
+    QCOMPARE(number(MyEvent::m_BroadcastBeginRequestEvent), -1);
+    QCOMPARE(number(MyEvent::m_BroadcastRecvedReplyEvent), -1);
+    QCOMPARE(number(MyEvent::m_NotifyRegisterErrEvent), -1);
+    QCOMPARE(number(MyEvent::m_BeginConnectEquipment), -1);
+    QCOMPARE(number(MyEvent::m_CompleteConnectEquipment), -1);
+    QCOMPARE(number(MyEvent::m_BeginConnectAllController), -1);
+    QCOMPARE(number(MyEvent::m_CompleteConnectAllController), -1);
+    QCOMPARE(number(MyEvent::m_EquipmentChangeEvent), -1);
+    QCOMPARE(number(MyEvent::m_CompleteRequestEvent), -1);
 }
 
 KSPROXY_TEST_MAIN(tst_MyEventExhausted)

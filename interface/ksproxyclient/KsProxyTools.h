@@ -13,7 +13,7 @@ public:
     /// Starts the executable at \a path as a process that outlives the call and the application.
     ///
     /// \a path is one file name: it is not split at blanks and not searched for in `PATH`. The
-    /// process leads a session of its own, has the null device as its three standard streams and
+    /// process is in a session of its own, has the null device as its three standard streams and
     /// no other descriptor of the application. Blocks until the executable is running or has
     /// failed to, a few milliseconds; does not wait for the server to be ready. False when the
     /// executable cannot be run.

@@ -50,15 +50,15 @@ QByteArray executableName(const QByteArray &processFolder)
 }
 
 // A name that fills what the kernel keeps may be longer: the executable tells, then the command
-// line, whose second word is the file of a script.
+// line, where the file of a script follows its interpreter and that one's option.
 QByteArray completedName(const QByteArray &kernelName, const QByteArray &processFolder)
 {
-    const QByteArray executable = executableName(processFolder);
+    QByteArray executable = executableName(processFolder);
     if (executable.startsWith(kernelName))
         return executable;
     const QList<QByteArray> words = readProcFile(processFolder + "/cmdline").split('\0');
-    for (const QByteArray &word : words.mid(0, 2)) {
-        const QByteArray name = fileName(word);
+    for (const QByteArray &word : words.mid(0, 3)) {
+        QByteArray name = fileName(word);
         if (name.startsWith(kernelName))
             return name;
     }

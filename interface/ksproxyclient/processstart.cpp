@@ -90,6 +90,8 @@ bool isReportEmpty(int report)
 bool KsProxyTools::startProcess(const QString &path)
 {
     const QByteArray file = QFile::encodeName(path);
+    if (file.contains('\0'))
+        return false; // the system would take what stands before it for the name
     int report[2];
     if (pipe2(report, O_CLOEXEC) < 0)
         return false;

@@ -4,6 +4,8 @@
 #include <QMutexLocker>
 #include <QWaitCondition>
 
+#include <cerrno>
+#include <csignal>
 #include <ctime>
 #include <dlfcn.h>
 #include <sys/syscall.h>
@@ -18,6 +20,7 @@ struct Shared
     bool isWatching = false;
     bool isClosed = false;
     int releases = 0;
+    int wokenThread = 0;
     QList<timespec> sleeps;
 };
 
@@ -52,6 +55,14 @@ bool passGate(const timespec &duration)
     return true;
 }
 
+bool isWoken()
+{
+    const QMutexLocker locker(&shared().mutex);
+    return shared().wokenThread == syscall(SYS_gettid);
+}
+
+void breakOff(int) { }
+
 } // namespace
 
 // Takes the place of the C library's for the whole process: Qt's sleeps end here.
@@ -61,7 +72,8 @@ extern "C" __attribute__((visibility("default"))) int nanosleep(const timespec *
     const bool isMainThread = syscall(SYS_gettid) == getpid();
     if (!isMainThread && passGate(*duration))
         return 0;
-    return systemSleep()(duration, remaining);
+    const int result = systemSleep()(duration, remaining);
+    return result != 0 && errno == EINTR && isWoken() ? 0 : result;
 }
 
 SleepGate::SleepGate(State state)
@@ -70,6 +82,7 @@ SleepGate::SleepGate(State state)
     shared().isWatching = true;
     shared().isClosed = state == Closed;
     shared().releases = 0;
+    shared().wokenThread = 0;
     shared().sleeps.clear();
 }
 
@@ -106,6 +119,20 @@ void SleepGate::releaseOne()
     const QMutexLocker locker(&shared().mutex);
     ++shared().releases;
     shared().released.wakeAll();
+}
+
+void SleepGate::wake(int threadId)
+{
+    struct sigaction action
+    {
+    };
+    action.sa_handler = breakOff;
+    sigaction(SIGUSR2, &action, nullptr);
+    {
+        const QMutexLocker locker(&shared().mutex);
+        shared().wokenThread = threadId;
+    }
+    syscall(SYS_tgkill, getpid(), threadId, SIGUSR2);
 }
 
 void SleepGate::open()

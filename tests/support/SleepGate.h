@@ -23,6 +23,9 @@ public:
     int count() const;
     /// Lets one sleeper go on, now or when it comes. It does not sleep any further.
     void releaseOne();
+    /// Breaks off what the thread with that kernel id sleeps, once it does; say it again until the
+    /// thread goes on. It believes that it has slept to the end.
+    void wake(int threadId);
     /// Lets all sleepers go on and closes no more; sleeps last as long as they should again.
     void open();
 
