@@ -57,7 +57,8 @@ public:
     /// Stops the workers, waiting at most 100 ms for each, empties the queues and the equipment
     /// table, and deletes every package that still waits for its reply; the completion handlers of
     /// those are not called. Leaves the registration and the connection as they are. May be called
-    /// at any time and again; `Initalize` may follow.
+    /// at any time and again, but not from what the deletion of a package calls; `Initalize` may
+    /// follow.
     void Terminate() override;
 
     /// Has the server connect all controllers. False when not registered.
@@ -68,7 +69,8 @@ public:
 
     /// Queues a request; its completion handler is called later. False, with nothing queued, when
     /// not registered or when it reads less than 1 byte. \a package stays the caller's, must not be
-    /// null and must live until it is completed. May be called from any thread.
+    /// null and must live until it is completed, on the thread that its handler runs on, the
+    /// proxy's. May be called from any thread.
     bool SendRequestReadData(PackageRequestReadData *package) override;
     /// Not supported: logs "KVTServerMessageOldProxy::SendRequestReadFile not support", critical;
     /// false. The package is left alone. The same holds, each with its own name in the text, for
@@ -111,9 +113,10 @@ public:
     /// at `KsProxyTools::getDefaultServerPath` when \a path is empty, and waits until the process
     /// is seen, at most 60 s, processing events meanwhile. True when it runs, which does not mean
     /// that it listens already: repeat `Register` for a while. Once it or `Register` has succeeded
-    /// it returns true without looking, until `UnRegister`. False when the executable cannot be run
-    /// or the 60 s are over. Logs "KVTServerMessageOldProxy::startServer " at debug level and what
-    /// the log lines of startup.cpp say.
+    /// it returns true without looking, until `UnRegister` of a registered proxy or a `Register`
+    /// that fails. False when the executable cannot be run or the 60 s are over. Logs
+    /// "KVTServerMessageOldProxy::startServer " at debug level and what the log lines of
+    /// startup.cpp say.
     bool startServer(const QString &path) override;
     /// Does nothing: the server is left running. True.
     bool exitKVTServer() override;
@@ -144,7 +147,8 @@ public:
     bool SendCommand(TarnEnum::MessageIDs id, QString info);
 
     /// Whether the last `Register` reached the server, or `startServer` saw its process;
-    /// `UnRegister` resets it. A server that went away later does not.
+    /// `UnRegister` of a registered proxy and a `Register` that fails reset it. A server that went
+    /// away later does not.
     bool isConnectedServer();
     /// The server's version, empty until it has confirmed the registration.
     QString ServerVer() const;
@@ -188,7 +192,7 @@ public:
     /// with \a out untouched, when there is no ">". \a out must not be null.
     bool GetInfo(QString info, QString *out);
     /// Replaces the equipment table by what \a table says; an empty text clears it. False for an
-    /// empty text.
+    /// empty text, and when the interface threw a text, which is then logged at debug level.
     bool ParseEquipmentTable(QString table);
 
     /// Encodes and queues \a package without looking at the registration; always true. May be
@@ -216,8 +220,8 @@ public:
     PackageBase *MatchRequest(unsigned int serialNumber);
 
     /// The two loops as blocking variants for a thread that does nothing else; each returns when
-    /// `Terminate` is called. Have it return before the proxy is destroyed. The library does not
-    /// use them.
+    /// `Terminate` is called, the first also when there is no socket client. Have them return
+    /// before the proxy is destroyed or initialised again. The library does not use them.
     void sendThreadProc(bool deleteThread);
     void notifyThreadProc(bool deleteThread);
 
@@ -241,7 +245,7 @@ private:
     void startWorker(MsgThread **worker, const char *loop);
     void stopWorker(MsgThread **worker, QMutex *mutex, QWaitCondition *condition);
     void deletePendingRequests();
-    void deleteQueue(QList<NotifyStruct *> *queue, QMutex *mutex);
+    void deleteQueue(QList<NotifyStruct *> *queue, QMutex *mutex, std::atomic<int> *count);
 
     bool sendWhenRegistered(TarnEnum::MessageIDs id, const QString &info);
     bool refuseSpecialPackage(const char *text, int *result);
@@ -249,6 +253,7 @@ private:
 
     NotifyStruct *takeOutgoing();
     NotifyStruct *waitForOutgoing();
+    NotifyStruct *takeFirstOutgoing();
     void transmit(NotifyStruct *entry);
     Delivery deliver(const QByteArray &body);
     Delivery deliverThroughOwnThread(const QByteArray &body);
@@ -256,6 +261,7 @@ private:
 
     NotifyStruct *takeNotification();
     NotifyStruct *waitForNotification();
+    NotifyStruct *takeFirstNotification();
     void handleNotification(NotifyStruct *item);
     void completeRequest(const NotifyStruct &item);
     PackageBase *takeAnsweredRequest(quint64 serialNum);
@@ -264,6 +270,7 @@ private:
     void loadRegistration(const QString &info);
     void dropRegistration();
     void enqueueReply(int id, const QString &info, const QByteArray &byteInfo);
+    void enqueueNotification(NotifyStruct *item);
     void postToSelf(QEvent::Type type, void *sender, void *args);
 
     bool m_bConnected = false;
@@ -285,6 +292,10 @@ private:
     TarnEnum::PackageType m_packageType = TarnEnum::TextPackage;
     bool m_bReserved = true;
     std::atomic<bool> m_binit{false};
+    // How many entries the queues hold, for a look without the lock: the lists themselves may be
+    // moved by an append while they are looked at.
+    std::atomic<int> m_sendCount{0};
+    std::atomic<int> m_notifyCount{0};
 };
 
 #endif

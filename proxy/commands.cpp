@@ -22,6 +22,7 @@ void KVTServerMessageOldProxy::enqueueOutgoing(NotifyStruct *entry)
 {
     const QMutexLocker locker(&m_sendMutex);
     m_sendList.append(entry);
+    m_sendCount = m_sendList.size();
     m_sendCondition.wakeAll();
 }
 

@@ -8,7 +8,8 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QMutexLocker>
-#include <QSet>
+#include <QPointer>
+#include <QVector>
 
 #include <utility>
 
@@ -20,16 +21,10 @@ constexpr unsigned long RegisterPassMs = 50;
 constexpr int RegisterPasses = 100;
 constexpr int ErrorCode = 4000;
 
-// Room from the start, so that an append seldom moves a list whose emptiness is being looked at
-// without its lock.
-constexpr int ReservedEntries = 1024;
-
 } // namespace
 
 KVTServerMessageOldProxy::KVTServerMessageOldProxy()
 {
-    m_sendList.reserve(ReservedEntries);
-    m_notifyList.reserve(ReservedEntries);
     qDebug() << "KVTServerMessageOldProxy m_binit" << m_binit.load();
 }
 
@@ -90,8 +85,11 @@ bool KVTServerMessageOldProxy::Register(const QString &name, QString *serverVers
     // after its first pass unless the server has refused by then.
     setRegisted(true);
     SendCommand(TarnEnum::RegisterClient, QLatin1String(""));
+    const QPointer<KVTServerMessageOldProxy> self(this); // the events may take the proxy with them
     for (int pass = 1; pass <= RegisterPasses; ++pass) {
         QCoreApplication::processEvents();
+        if (!self)
+            return false;
         QThread::msleep(RegisterPassMs);
         if (isRegisted())
             break;
@@ -120,8 +118,8 @@ void KVTServerMessageOldProxy::Terminate()
     stopWorker(&m_pNotifyThread, &m_notifyMutex, &m_notifyCondition);
     stopWorker(&m_pSendThread, &m_sendMutex, &m_sendCondition);
     deletePendingRequests();
-    deleteQueue(&m_notifyList, &m_notifyMutex);
-    deleteQueue(&m_sendList, &m_sendMutex);
+    deleteQueue(&m_notifyList, &m_notifyMutex, &m_notifyCount);
+    deleteQueue(&m_sendList, &m_sendMutex, &m_sendCount);
     clearEquipmentTable();
     m_binit = false;
 }
@@ -154,23 +152,23 @@ void KVTServerMessageOldProxy::stopWorker(MsgThread **worker, QMutex *mutex,
 void KVTServerMessageOldProxy::deletePendingRequests()
 {
     const QMutexLocker locker(&m_requestMutex);
-    QSet<PackageBase *> deleted; // a package that was sent twice stands here twice
-    for (int i = 0; i < m_requestList.size(); ++i) {
-        PackageBase *const request = std::exchange(m_requestList[i], nullptr);
-        if (request == nullptr || deleted.contains(request))
-            continue;
-        deleted.insert(request);
+    // Guarded, since a package may stand here twice, or be deleted with one that is its parent.
+    QVector<QPointer<PackageBase>> requests;
+    for (int i = 0; i < m_requestList.size(); ++i)
+        requests.append(std::exchange(m_requestList[i], nullptr));
+    for (const QPointer<PackageBase> &request : qAsConst(requests))
         delete request;
-    }
     m_requestList.clear();
 }
 
-void KVTServerMessageOldProxy::deleteQueue(QList<NotifyStruct *> *queue, QMutex *mutex)
+void KVTServerMessageOldProxy::deleteQueue(QList<NotifyStruct *> *queue, QMutex *mutex,
+                                           std::atomic<int> *count)
 {
     const QMutexLocker locker(mutex);
     for (int i = 0; i < queue->size(); ++i)
         delete std::exchange((*queue)[i], nullptr);
     queue->clear();
+    *count = 0;
 }
 
 bool KVTServerMessageOldProxy::isConnectedServer()

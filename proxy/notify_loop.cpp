@@ -3,6 +3,7 @@
 #include "NotifyStruct.h"
 #include "PackageBase.h"
 
+#include <QCoreApplication>
 #include <QMutexLocker>
 #include <QPointer>
 
@@ -11,8 +12,8 @@ void KVTServerMessageOldProxy::NotifyThreadFun(bool deleteThread)
     Q_UNUSED(deleteThread)
     // A handler may delete the proxy, against the rules; the drain must not go on with it then.
     const QPointer<KVTServerMessageOldProxy> self(this);
-    // The queue is looked at without its lock: an append that is missed is seen by the next tick.
-    while (self && !m_notifyList.isEmpty()) {
+    // The count is looked at without the lock: an append that is missed is seen by the next tick.
+    while (self && m_notifyCount > 0) {
         if (m_bNotifyStop)
             return;
         if (NotifyStruct *const item = takeNotification())
@@ -27,13 +28,15 @@ void KVTServerMessageOldProxy::notifyThreadProc(bool deleteThread)
     while (self && !m_bNotifyStop) {
         if (NotifyStruct *const item = waitForNotification())
             handleNotification(item);
+        // This thread has no event loop that would release the replies.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 }
 
 NotifyStruct *KVTServerMessageOldProxy::takeNotification()
 {
     const QMutexLocker locker(&m_notifyMutex);
-    return m_notifyList.isEmpty() || m_bNotifyStop ? nullptr : m_notifyList.takeFirst();
+    return takeFirstNotification();
 }
 
 NotifyStruct *KVTServerMessageOldProxy::waitForNotification()
@@ -42,7 +45,17 @@ NotifyStruct *KVTServerMessageOldProxy::waitForNotification()
     // The stop flag again: a stop that came before the lock was taken has woken nobody.
     if (m_notifyList.isEmpty() && !m_bNotifyStop)
         m_notifyCondition.wait(&m_notifyMutex);
-    return m_notifyList.isEmpty() || m_bNotifyStop ? nullptr : m_notifyList.takeFirst();
+    return takeFirstNotification();
+}
+
+// With the lock held.
+NotifyStruct *KVTServerMessageOldProxy::takeFirstNotification()
+{
+    if (m_notifyList.isEmpty() || m_bNotifyStop)
+        return nullptr;
+    NotifyStruct *const item = m_notifyList.takeFirst();
+    m_notifyCount = m_notifyList.size();
+    return item;
 }
 
 void KVTServerMessageOldProxy::handleNotification(NotifyStruct *item)
@@ -120,11 +133,12 @@ bool KVTServerMessageOldProxy::raiseBroadcast(const NotifyStruct &item)
         return false;
     }
     const int type = text.mid(textComma + 1).toInt();
-    PackageBase *const reply
-        = ParseCompleteRequest(text.mid(0, textComma), static_cast<TarnEnum::NotifyTypes>(type));
+    const QPointer<PackageBase> reply(
+        ParseCompleteRequest(text.mid(0, textComma), static_cast<TarnEnum::NotifyTypes>(type)));
     CompletePackageRequestEventArgs args;
     args.setRequest(reply);
     Q_EMIT CallBackBroadcastRecvedReplyEvent(this, args);
-    reply->deleteLater();
+    if (reply) // a slot may have deleted it, against the rules
+        reply->deleteLater();
     return true;
 }

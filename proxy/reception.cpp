@@ -105,8 +105,14 @@ void KVTServerMessageOldProxy::enqueueReply(int id, const QString &info, const Q
     item->setInfo(info);
     item->setByteArrayInfo(byteInfo);
     item->setNotify(static_cast<TarnEnum::NotifyTypes>(id));
+    enqueueNotification(item);
+}
+
+void KVTServerMessageOldProxy::enqueueNotification(NotifyStruct *item)
+{
     const QMutexLocker locker(&m_notifyMutex);
     m_notifyList.append(item);
+    m_notifyCount = m_notifyList.size();
     m_notifyCondition.wakeAll();
 }
 

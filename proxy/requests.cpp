@@ -31,14 +31,18 @@ constexpr RequestKind RequestKinds[] = {
     {WriteCode, MemDataKind, TarnEnum::RequestWriteMemData, TarnEnum::ReplyWriteMemData},
 };
 
-// Null for a package of no known kind. Every package with the write code is a PackageRequestWrite,
-// whose own getClientPackageType is the one that counts.
+// Null for a package of no known kind. A write request is asked through its own class, whose
+// getClientPackageType is the one that counts.
 const RequestKind *kindOf(const PackageBase &package)
 {
     const int code = package.getReadWriteCode();
-    const int type = code == WriteCode
-        ? static_cast<const PackageRequestWrite &>(package).getClientPackageType()
-        : package.getClientPackageType();
+    int type = package.getClientPackageType();
+    if (code == WriteCode) {
+        const auto *const write = dynamic_cast<const PackageRequestWrite *>(&package);
+        if (write == nullptr)
+            return nullptr; // claims to be a write request and is none
+        type = write->getClientPackageType();
+    }
     for (const RequestKind &kind : RequestKinds) {
         if (kind.readWriteCode == code && kind.clientPackageType == type)
             return &kind;

@@ -12,8 +12,8 @@
 void KVTServerMessageOldProxy::SendThreadFun(bool deleteThread)
 {
     Q_UNUSED(deleteThread)
-    // The queue is looked at without its lock: an append that is missed is seen by the next tick.
-    if (m_bSendStop || m_pMsgClient == nullptr || m_sendList.isEmpty() || m_bSendStop)
+    // The count is looked at without the lock: an append that is missed is seen by the next tick.
+    if (m_bSendStop || m_pMsgClient == nullptr || m_sendCount == 0 || m_bSendStop)
         return;
     if (NotifyStruct *const entry = takeOutgoing())
         transmit(entry);
@@ -32,7 +32,7 @@ void KVTServerMessageOldProxy::sendThreadProc(bool deleteThread)
 NotifyStruct *KVTServerMessageOldProxy::takeOutgoing()
 {
     const QMutexLocker locker(&m_sendMutex);
-    return m_sendList.isEmpty() ? nullptr : m_sendList.takeFirst();
+    return takeFirstOutgoing();
 }
 
 NotifyStruct *KVTServerMessageOldProxy::waitForOutgoing()
@@ -41,7 +41,17 @@ NotifyStruct *KVTServerMessageOldProxy::waitForOutgoing()
     // The stop flag again: a stop that came before the lock was taken has woken nobody.
     if (m_sendList.isEmpty() && !m_bSendStop)
         m_sendCondition.wait(&m_sendMutex);
-    return m_sendList.isEmpty() || m_bSendStop ? nullptr : m_sendList.takeFirst();
+    return m_bSendStop ? nullptr : takeFirstOutgoing();
+}
+
+// With the lock held.
+NotifyStruct *KVTServerMessageOldProxy::takeFirstOutgoing()
+{
+    if (m_sendList.isEmpty())
+        return nullptr;
+    NotifyStruct *const entry = m_sendList.takeFirst();
+    m_sendCount = m_sendList.size();
+    return entry;
 }
 
 void KVTServerMessageOldProxy::transmit(NotifyStruct *entry)

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QElapsedTimer>
+#include <QPointer>
 #include <QThread>
 
 namespace {
@@ -27,6 +28,7 @@ bool KVTServerMessageOldProxy::startServer(const QString &path)
     QElapsedTimer timer;
     timer.start();
     bool launched = false;
+    const QPointer<KVTServerMessageOldProxy> self(this); // the events may take the proxy with them
     for (;;) {
         unsigned long long pid = 0;
         if (KsProxyTools::checkProcessRunning(ServerProcessName, pid)) {
@@ -51,6 +53,8 @@ bool KVTServerMessageOldProxy::startServer(const QString &path)
         if (timer.elapsed() > StartTimeoutMs)
             return false;
         QCoreApplication::processEvents(QEventLoop::AllEvents, EventsPerPassMs);
+        if (!self)
+            return false;
         QThread::msleep(SleepPerPassMs);
     }
 }

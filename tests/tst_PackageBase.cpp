@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <limits>
 #include <thread>
@@ -92,12 +93,17 @@ void tst_PackageBase::countsOnWhateverIsMade()
 
 void tst_PackageBase::countsOnAllThreads()
 {
-    constexpr int PerThread = 2000;
+    constexpr int PerThread = 20000;
     const quint64 before = PackageBase().getSerialNum();
     std::vector<std::vector<quint64>> numbers(4);
     std::vector<std::thread> threads;
+    std::atomic<int> waiting{4};
     for (std::vector<quint64> &own : numbers) {
-        threads.emplace_back([&own] {
+        threads.emplace_back([&own, &waiting] {
+            // All begin together, or each would be done before the next begins.
+            --waiting;
+            while (waiting > 0)
+                std::this_thread::yield();
             for (int i = 0; i < PerThread; ++i)
                 own.push_back(PackageRequestReadData().getSerialNum());
         });

@@ -26,6 +26,27 @@ unsigned long long found(const QString &name)
     return isRunning == (pid != Untouched) ? pid : 0;
 }
 
+/// A child that the kernel knows by that name and that waits; -1 when it cannot be had.
+pid_t forkNamed(const QByteArray &name)
+{
+    int named[2];
+    if (pipe(named) != 0)
+        return -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(300);
+        const bool isNamed = prctl(PR_SET_NAME, name.constData()) == 0;
+        while (isNamed && write(named[1], "x", 1) == 1)
+            pause();
+        _exit(1);
+    }
+    close(named[1]);
+    char byte = 0;
+    const bool isNamed = read(named[0], &byte, 1) == 1;
+    close(named[0]);
+    return isNamed ? child : -1;
+}
+
 } // namespace
 
 /// Tests of KsProxyTools::checkProcessRunning.
@@ -51,6 +72,7 @@ private Q_SLOTS:
     void findsNothingUnderOtherNames_data();
     void findsNothingUnderOtherNames();
     void ignoresZombies();
+    void findsNothingWithoutAName();
     void tellsLongNamesApart_data();
     void tellsLongNamesApart();
     void tellsLongNamesApartWhenBothRun();
@@ -193,27 +215,28 @@ void tst_ProcessCheck::findsNothingUnderOtherNames()
 
 void tst_ProcessCheck::ignoresZombies()
 {
-    const QByteArray name = ProcessTable::uniqueName(12).toLatin1();
-    int named[2];
-    QCOMPARE(pipe(named), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_NAME, name.constData());
-        const bool isSaid = write(named[1], "x", 1) == 1;
-        pause();
-        _exit(isSaid ? 0 : 1);
-    }
-    char byte = 0;
-    QCOMPARE(read(named[0], &byte, 1), ssize_t(1));
-    close(named[0]);
-    close(named[1]);
-    QCOMPARE(found(QString::fromLatin1(name)), static_cast<unsigned long long>(child));
+    const QString name = ProcessTable::uniqueName(12);
+    const pid_t child = forkNamed(name.toLatin1());
+    QVERIFY(child > 0);
+    QCOMPARE(found(name), static_cast<unsigned long long>(child));
     kill(child, SIGKILL);
     siginfo_t info{};
     // Waits until it has ended, but does not collect it.
     QCOMPARE(waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0);
     QCOMPARE(ProcessTable::statField(child, 0), QByteArray("Z"));
-    const unsigned long long pid = found(QString::fromLatin1(name));
+    const unsigned long long pid = found(name);
+    QCOMPARE(waitpid(child, nullptr, 0), child);
+    QCOMPARE(pid, Untouched);
+}
+
+void tst_ProcessCheck::findsNothingWithoutAName()
+{
+    // There are processes without a name, too.
+    const pid_t child = forkNamed("");
+    QVERIFY(child > 0);
+    QVERIFY(ProcessTable::file(child, QStringLiteral("stat")).contains(" () "));
+    const unsigned long long pid = found(QStringLiteral(""));
+    kill(child, SIGKILL);
     QCOMPARE(waitpid(child, nullptr, 0), child);
     QCOMPARE(pid, Untouched);
 }

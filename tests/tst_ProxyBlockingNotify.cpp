@@ -137,7 +137,8 @@ void tst_ProxyBlockingNotify::isWokenByTerminate()
 void tst_ProxyBlockingNotify::passesOverANullItem()
 {
     const TestProxy proxy;
-    TestAccess::notifyList(*proxy) << nullptr << nullptr;
+    TestAccess::appendNotification(*proxy, nullptr);
+    TestAccess::appendNotification(*proxy, nullptr);
     Pending pending(proxy);
     receiveReply(proxy, pending);
     const LoopThread loop(&*proxy, NotifyLoop);

@@ -99,7 +99,7 @@ void tst_ProxyBlockingSend::sendsWhatIsQueuedAlready()
     withBytes->setSendID(TarnEnum::CancelAllSends);
     withBytes->setByteArrayInfo("never sent");
     const QPointer<NotifyStruct> entry(withBytes);
-    TestAccess::sendList(*proxy).append(withBytes);
+    TestAccess::appendOutgoing(*proxy, withBytes);
     bodies.append("\5");
     const LoopThread loop(&*proxy, SendLoop);
     QTRY_COMPARE_WITH_TIMEOUT(peer.bodies(), bodies, WaitLimitMs);
@@ -152,7 +152,8 @@ void tst_ProxyBlockingSend::passesOverANullEntry()
     LocalPeer peer;
     const TestProxy proxy;
     QVERIFY(proxy.connectServer());
-    TestAccess::sendList(*proxy) << nullptr << nullptr;
+    TestAccess::appendOutgoing(*proxy, nullptr);
+    TestAccess::appendOutgoing(*proxy, nullptr);
     proxy->SendCommand(TarnEnum::CancelAllSends, QString());
     const LoopThread loop(&*proxy, SendLoop);
     QTRY_COMPARE_WITH_TIMEOUT(peer.bodies(), QList<QByteArray>{"\5"}, WaitLimitMs);

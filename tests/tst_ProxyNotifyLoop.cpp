@@ -69,7 +69,7 @@ NotifyStruct *appendItem(const TestProxy &proxy, int type)
     auto *const item = new NotifyStruct;
     item->setNotify(static_cast<TarnEnum::NotifyTypes>(type));
     item->setInfo(QStringLiteral("serialNum=1,11"));
-    TestAccess::notifyList(*proxy).append(item);
+    TestAccess::appendNotification(*proxy, item);
     return item;
 }
 
@@ -350,9 +350,10 @@ void tst_ProxyNotifyLoop::removesNullItems()
 {
     const TestProxy proxy;
     const PendingRequests pending(proxy, 1);
-    TestAccess::notifyList(*proxy) << nullptr << nullptr;
+    TestAccess::appendNotification(*proxy, nullptr);
+    TestAccess::appendNotification(*proxy, nullptr);
     receive(proxy, 11, replyText(pending[0]->getSerialNum()));
-    TestAccess::notifyList(*proxy) << nullptr;
+    TestAccess::appendNotification(*proxy, nullptr);
     proxy->NotifyThreadFun(false);
     QCOMPARE(pending.completed, QList<int>{0});
     QVERIFY(TestAccess::notifyList(*proxy).isEmpty());

@@ -159,8 +159,7 @@ void tst_ProxyProducers::makesEachRequestPendingOnce()
     {
         const Producers producers([&](int producer) {
             for (int i = 0; i < PerProducer; ++i)
-                proxy->SendRequestWriteData(
-                    &packages[static_cast<std::size_t>(producer * PerProducer + i)]);
+                proxy->SendRequestWriteData(&packages[producer * PerProducer + i]);
         });
         QVERIFY(sendAll(proxy, ProducerCount * PerProducer));
     }
@@ -290,7 +289,7 @@ void tst_ProxyProducers::completesEachRequestOnce()
     }
     const Producers producers([&](int producer) {
         for (int i = 0; i < each; ++i)
-            proxy->SendRequestReadData(&packages[static_cast<std::size_t>(producer * each + i)]);
+            proxy->SendRequestReadData(&packages[producer * each + i]);
     });
     // The registration, then each request exactly once; the replies come in the reverse order.
     QTRY_COMPARE_WITH_TIMEOUT(peer.bodies().size(), 1 + ProducerCount * each, WaitLimitMs);

@@ -112,7 +112,7 @@ void tst_ProxySendLoop::removesANullEntry()
     LocalPeer peer;
     const TestProxy proxy;
     QVERIFY(proxy.connectServer());
-    TestAccess::sendList(*proxy).append(nullptr);
+    TestAccess::appendOutgoing(*proxy, nullptr);
     proxy->SendCommand(TarnEnum::CancelAllSends, QString());
     proxy->SendThreadFun(false);
     QCOMPARE(TestAccess::sendList(*proxy).size(), 1);
@@ -207,7 +207,7 @@ void tst_ProxySendLoop::sendsIdentifierAndTextOnly()
     entry->setSendID(static_cast<TarnEnum::MessageIDs>(id));
     entry->setInfo(text);
     entry->setByteArrayInfo("never sent");
-    TestAccess::sendList(*proxy).append(entry);
+    TestAccess::appendOutgoing(*proxy, entry);
     proxy->SendThreadFun(false);
     QTRY_COMPARE_WITH_TIMEOUT(peer.received(), WireBytes::frame(body), WaitLimitMs);
 }

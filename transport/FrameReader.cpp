@@ -17,6 +17,8 @@ bool FrameReader::takeFrame(QByteArray *payload)
     const int payloadBytes = qMax(0, static_cast<int>(length)); // negative where the sum wrapped
     *payload = m_buffer.mid(m_taken + FrameCodec::LengthBytes, payloadBytes);
     m_taken += FrameCodec::LengthBytes + payloadBytes;
+    if (isEmpty())
+        dropTaken();
     return true;
 }
 
@@ -39,7 +41,7 @@ bool FrameReader::isEmpty() const
 void FrameReader::dropTaken()
 {
     if (isEmpty())
-        m_buffer.clear();
+        m_buffer.clear(); // gives the memory back
     else
         m_buffer.remove(0, m_taken);
     m_taken = 0;

@@ -46,7 +46,10 @@ bool MsgSocketClient::connectServer()
         return true;
     }
     qDebug() << "connect server error!" << m_socket->errorString();
-    m_socket->abort(); // an attempt that is still under way would make the next one fail
+    // Both: an attempt that is still under way would connect later by itself, and keep its
+    // descriptor.
+    m_socket->abort();
+    m_socket->close();
     return false;
 }
 

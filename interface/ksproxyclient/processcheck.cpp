@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -49,20 +50,22 @@ QByteArray executableName(const QByteArray &processFolder)
     return fileName(target);
 }
 
-// A name that fills what the kernel keeps may be longer: the executable tells, then the command
-// line, where the file of a script follows its interpreter and that one's option.
-QByteArray completedName(const QByteArray &kernelName, const QByteArray &processFolder)
+// A name that fills what the kernel keeps may go on. The executable tells, then the command line,
+// where the file of a script follows its interpreter and that one's option. Either may name another
+// file, as when the executable was renamed or is reached through a link: one that tells the name is
+// enough, and a process of which nothing tells a longer name has just the kernel's.
+bool isNamedInFull(const QByteArray &name, const QByteArray &kernelName,
+                   const QByteArray &processFolder)
 {
-    QByteArray executable = executableName(processFolder);
-    if (executable.startsWith(kernelName))
-        return executable;
+    QList<QByteArray> candidates{executableName(processFolder)};
     const QList<QByteArray> words = readProcFile(processFolder + "/cmdline").split('\0');
-    for (const QByteArray &word : words.mid(0, 3)) {
-        QByteArray name = fileName(word);
-        if (name.startsWith(kernelName))
-            return name;
-    }
-    return kernelName;
+    for (const QByteArray &word : words.mid(0, 3))
+        candidates.append(fileName(word));
+    if (candidates.contains(name))
+        return true;
+    const auto goesOn
+        = [&kernelName](const QByteArray &candidate) { return candidate.startsWith(kernelName); };
+    return name == kernelName && std::none_of(candidates.cbegin(), candidates.cend(), goesOn);
 }
 
 bool isProcessNamed(const QByteArray &processFolder, const QByteArray &name)
@@ -77,7 +80,7 @@ bool isProcessNamed(const QByteArray &processFolder, const QByteArray &name)
     const char state = stat.at(close + 2);
     if (state == 'Z' || state == 'X' || kernelName != name.left(KernelNameLength))
         return false;
-    return kernelName.size() < KernelNameLength || completedName(kernelName, processFolder) == name;
+    return kernelName.size() < KernelNameLength || isNamedInFull(name, kernelName, processFolder);
 }
 
 } // namespace

@@ -36,7 +36,10 @@ PackageBase::PackageBase(const PackageBase &other)
 
 PackageBase &PackageBase::operator=(const PackageBase &other)
 {
-    *m_fields = *other.m_fields;
+    PackageFields fields = *other.m_fields;
+    fields.readWriteCode = m_fields->readWriteCode;
+    fields.clientPackageType = m_fields->clientPackageType;
+    *m_fields = fields;
     return *this;
 }
 

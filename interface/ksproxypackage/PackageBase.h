@@ -21,7 +21,9 @@ struct PackageFields;
 /// proxy; the handler is called once with the reply. A package belongs to whoever made it and must
 /// live until it is completed: the proxy keeps a bare pointer to it, and only
 /// `KVTServerMessageOldProxy::Terminate` deletes packages, namely those that still wait for a
-/// reply. A package has no lock: touch it from one thread at a time. Nothing here logs or throws.
+/// reply. A package has no lock: touch it from one thread at a time, and have it live
+/// (`QObject::thread`) on the one that its handler runs on, the proxy's. Nothing here logs or
+/// throws.
 ///
 /// \code
 /// auto *request = new PackageRequestReadData;
@@ -46,7 +48,8 @@ public:
     /// completion handler and no adopted reply.
     PackageBase(const PackageBase &other);
 
-    /// Takes over what a copy would have; the parent, the handler and the adopted reply stay.
+    /// Takes over what a copy would have; the two codes, the parent, the handler and the adopted
+    /// reply stay.
     PackageBase &operator=(const PackageBase &other);
 
     /// Releases an adopted reply with `deleteLater`.
@@ -126,7 +129,8 @@ public:
     /// Called by the proxy when the request is done: adopts \a reply unless it is this package,
     /// and runs the completion handler on the calling thread. What the handler throws passes
     /// through. After the handler the proxy still clears the request, so a handler that is done
-    /// with it calls `deleteLater` on it.
+    /// with it calls `deleteLater` on it. The reply lives until then, or until the request is
+    /// completed again: a handler that sends it again and runs an event loop takes the reply first.
     void CompleteRequestEvent(void *sender, PackageBase *reply);
 
     /// Hands the adopted reply to the caller, who owns it from then on; null when there is none.

@@ -8,12 +8,18 @@ namespace {
 
 constexpr quint8 FormatVersion = 1;
 
+// A null text or null data would be written with a length of its own.
+QString notNull(const QString &text)
+{
+    return text.isNull() ? QString(QLatin1String("")) : text;
+}
+
 void writeHeader(QDataStream *stream, const PackageFields &fields)
 {
     *stream << FormatVersion << fields.serialNum << fields.readWriteCode << fields.clientPackageType
-            << fields.serverConnectionKey << fields.deviceType << fields.portAddr
+            << notNull(fields.serverConnectionKey) << fields.deviceType << fields.portAddr
             << fields.scanBoardAddr << fields.desAddr << fields.scrAddr << fields.highAddr
-            << fields.lowAddr << fields.reserved2 << fields.timeout << fields.tag;
+            << fields.lowAddr << fields.reserved2 << fields.timeout << notNull(fields.tag);
 }
 
 } // namespace
@@ -28,6 +34,6 @@ QByteArray PackageByteForm::request(const PackageFields &fields)
     if (fields.readWriteCode == ReadCode)
         stream << fields.readLength;
     else if (fields.readWriteCode == WriteCode)
-        stream << fields.data;
+        stream << (fields.data.isNull() ? QByteArray("") : fields.data);
     return bytes;
 }

@@ -4,6 +4,7 @@
 
 #include <QTextCodec>
 
+#include <algorithm>
 #include <limits>
 
 namespace {
@@ -48,12 +49,21 @@ QByteArray header(const PackageFields &fields)
     return text;
 }
 
+// Qt alone would also take blanks, a plus sign and other scripts' minus signs.
+bool isDecimal(const QStringRef &value)
+{
+    const QStringRef digits = value.startsWith(QLatin1Char('-')) ? value.mid(1) : value;
+    return !digits.isEmpty() && std::all_of(digits.cbegin(), digits.cend(), [](QChar c) {
+        return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+    });
+}
+
 template <typename Integer>
 bool readInteger(const QStringRef &value, Integer *target)
 {
     bool ok = false;
     const qlonglong number = value.toLongLong(&ok);
-    if (!ok || number < std::numeric_limits<Integer>::min()
+    if (!ok || !isDecimal(value) || number < std::numeric_limits<Integer>::min()
         || number > std::numeric_limits<Integer>::max())
         return false;
     *target = static_cast<Integer>(number);
@@ -64,9 +74,10 @@ bool readSerialNum(const QStringRef &value, quint64 *target)
 {
     bool ok = false;
     const qulonglong number = value.toULongLong(&ok);
-    if (ok)
-        *target = number;
-    return ok;
+    if (!ok || !isDecimal(value))
+        return false;
+    *target = number;
+    return true;
 }
 
 bool isHexDigit(char c)

@@ -10,6 +10,16 @@ class TestAccess
 public:
     using Proxy = KVTServerMessageOldProxy;
 
+    // As the library itself queues them.
+    static void appendOutgoing(Proxy &proxy, NotifyStruct *entry)
+    {
+        proxy.enqueueOutgoing(entry);
+    }
+    static void appendNotification(Proxy &proxy, NotifyStruct *item)
+    {
+        proxy.enqueueNotification(item);
+    }
+
     static QList<NotifyStruct *> &sendList(Proxy &proxy)
     {
         return proxy.m_sendList;
