@@ -6,6 +6,7 @@
 #include "Waiting.h"
 #include "WireBytes.h"
 
+#include <QDir>
 #include <QEventLoop>
 #include <QLocalSocket>
 #include <QRandomGenerator>
@@ -25,6 +26,11 @@ QList<QByteArray> payloadsOf(const QSignalSpy &spy)
     for (const QList<QVariant> &arguments : spy)
         payloads.append(arguments.first().toByteArray());
     return payloads;
+}
+
+int openDescriptors()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
 }
 
 /// A socket file under the server's name that accepts nobody once its queue is full.
@@ -150,6 +156,10 @@ void tst_MsgSocketClient::givesUpAfterHalfASecond()
         QVERIFY(!client.connectServer());
         QVERIFY(timer.elapsed() >= 450);
         QCOMPARE(TestAccess::socket(client)->state(), QLocalSocket::UnconnectedState);
+        // A second attempt needs no more descriptors than the first.
+        const int descriptors = openDescriptors();
+        QVERIFY(!client.connectServer());
+        QCOMPARE(openDescriptors(), descriptors);
     }
     LocalPeer peer;
     QVERIFY(client.connectServer());

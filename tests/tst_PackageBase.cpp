@@ -64,6 +64,7 @@ private Q_SLOTS:
     void copiesAreIndependent();
     void copiesNeitherParentNorHandlerNorReply();
     void assignsWhatItHolds();
+    void keepsItsCodesWhenAnotherKindIsAssigned();
     void assignmentLeavesParentHandlerAndReply();
     void survivesAssignmentToItself();
 };
@@ -349,6 +350,17 @@ void tst_PackageBase::assignsWhatItHolds()
     QCOMPARE(target.getUserToken(), static_cast<void *>(&token));
     target.setTag(QStringLiteral("another"));
     QCOMPARE(source.getTag(), QStringLiteral("a tag"));
+}
+
+void tst_PackageBase::keepsItsCodesWhenAnotherKindIsAssigned()
+{
+    PackageRequestReadData read;
+    PackageRequestWriteFile write;
+    write.setTag(QStringLiteral("taken over"));
+    static_cast<PackageBase &>(read) = write;
+    QCOMPARE(read.getReadWriteCode(), 0);
+    QCOMPARE(read.getClientPackageType(), 0);
+    QCOMPARE(read.getTag(), QStringLiteral("taken over"));
 }
 
 void tst_PackageBase::assignmentLeavesParentHandlerAndReply()

@@ -64,6 +64,7 @@ private Q_SLOTS:
     void writesTheEndsOfAllRanges();
     void writesTexts_data();
     void writesTexts();
+    void writesNullAsEmpty();
     void doesNotDependOnTheLocale();
 };
 
@@ -233,6 +234,16 @@ void tst_PackageByteForm::writesTexts()
     QVERIFY(read.isWhole);
     QCOMPARE(read.tag, text);
     QCOMPARE(read.connectionKey, text + text);
+}
+
+void tst_PackageByteForm::writesNullAsEmpty()
+{
+    PackageRequestWriteData package;
+    const QByteArray withNulls = package.toByteArray();
+    package.setServerConnectionKey(QLatin1String(""));
+    package.setTag(QLatin1String(""));
+    package.setData("");
+    QCOMPARE(withNulls.toHex(), package.toByteArray().toHex());
 }
 
 void tst_PackageByteForm::doesNotDependOnTheLocale()

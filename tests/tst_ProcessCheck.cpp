@@ -82,6 +82,8 @@ private Q_SLOTS:
     void findsAProcessWhoseFileIsGone_data();
     void findsAProcessWhoseFileIsGone();
     void findsAProcessStartedThroughALink();
+    void findsAProcessStartedThroughALinkToALongerName();
+    void findsAProcessWhoseFileWasRenamed();
     void keepsNoDescriptor();
 
 private:
@@ -357,6 +359,27 @@ void tst_ProcessCheck::findsAProcessStartedThroughALink()
     QVERIFY(pid > 0);
     QCOMPARE(found(link), pid);
     QCOMPARE(found(target), Untouched);
+}
+
+void tst_ProcessCheck::findsAProcessStartedThroughALinkToALongerName()
+{
+    const QString link = ProcessTable::uniqueName(15);
+    const QString target = link + QLatin1String("-1.2");
+    QVERIFY(ProcessTable::makeWaiter(path(target)));
+    QVERIFY(QFile::link(path(target), path(link)));
+    const unsigned long long pid = run(link);
+    QVERIFY(pid > 0);
+    QCOMPARE(found(link), pid);
+}
+
+void tst_ProcessCheck::findsAProcessWhoseFileWasRenamed()
+{
+    const QString name = ProcessTable::uniqueName(15);
+    QVERIFY(ProcessTable::makeWaiter(path(name)));
+    const unsigned long long pid = run(name);
+    QVERIFY(pid > 0);
+    QVERIFY(QFile::rename(path(name), path(name + QLatin1String(".old"))));
+    QCOMPARE(found(name), pid);
 }
 
 void tst_ProcessCheck::keepsNoDescriptor()

@@ -389,7 +389,7 @@ void tst_ProcessStart::saysTheTruthWithFewDescriptors()
     QList<bool> said;
     for (int free = 0; free <= 6; ++free) {
         rlimit few = before;
-        few.rlim_cur = static_cast<rlim_t>(firstFree + free);
+        few.rlim_cur = static_cast<rlim_t>(firstFree) + static_cast<rlim_t>(free);
         QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
         said.append(KsProxyTools::startProcess(m_path));
         setrlimit(RLIMIT_NOFILE, &before);

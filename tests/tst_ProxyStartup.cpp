@@ -8,6 +8,7 @@
 
 #include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
+#include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -58,6 +59,7 @@ class tst_ProxyStartup : public QObject
 
 private Q_SLOTS:
     void init();
+    void letsATimerDeleteTheProxyWhileItWaits();
     void findsAServerThatRuns();
     void doesNotLookAgainOnceConnected();
     void looksAgainAfterUnRegister();
@@ -319,6 +321,16 @@ void tst_ProxyStartup::neverAsksWhetherTheServerRuns()
     proxy->creatMsgClient();
     QVERIFY(!proxy->isServerProcessRunning());
     QCOMPARE(scriptedTools.checks(), 0);
+}
+
+void tst_ProxyStartup::letsATimerDeleteTheProxyWhileItWaits()
+{
+    scriptedTools.runningFromCheck = 5;
+    const QPointer<KVTServerMessageOldProxy> proxy(new KVTServerMessageOldProxy);
+    QTimer::singleShot(0, proxy.data(), &QObject::deleteLater);
+    QVERIFY(!proxy->startServer(QStringLiteral("/some/server")));
+    QVERIFY(!proxy);
+    QVERIFY(scriptedTools.checks() < 5);
 }
 
 KSPROXY_TEST_MAIN(tst_ProxyStartup)
