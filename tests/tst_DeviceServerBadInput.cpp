@@ -7,18 +7,6 @@
 #include <QRandomGenerator>
 #include <QTest>
 
-namespace {
-
-QByteArray lengthField(quint32 length)
-{
-    QByteArray bytes;
-    for (int shift = 0; shift < 32; shift += 8)
-        bytes.append(static_cast<char>(length >> shift));
-    return bytes;
-}
-
-} // namespace
-
 class tst_DeviceServerBadInput : public QObject
 {
     Q_OBJECT
@@ -125,7 +113,7 @@ void tst_DeviceServerBadInput::takesAWrappedLengthAsAnEmptyMessage()
     RawClient client;
     QVERIFY(client.connectToServer());
     for (const quint32 length : {0xFFFFFFFCU, 0xFFFFFFFDU, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
-        client.sendBytes(lengthField(length));
+        client.sendBytes(WireBytes::lengthField(length));
         QVERIFY(isServed(&client));
     }
     QCOMPARE(m_server->errors().count(QLatin1String("empty message")), 4);
@@ -136,7 +124,7 @@ void tst_DeviceServerBadInput::servesOthersWhileAFrameNeverEnds()
     for (const quint32 length : {0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFBU}) {
         RawClient hostile;
         QVERIFY(hostile.connectToServer());
-        hostile.sendBytes(lengthField(length) + QByteArray(1000000, 'x'));
+        hostile.sendBytes(WireBytes::lengthField(length) + QByteArray(1000000, 'x'));
         RawClient other;
         QVERIFY(other.connectToServer());
         QVERIFY(isServed(&other));

@@ -16,14 +16,6 @@ QList<QByteArray> takeAll(FrameReader *reader)
     return frames;
 }
 
-QByteArray lengthField(quint32 length)
-{
-    QByteArray bytes;
-    for (int shift = 0; shift < 32; shift += 8)
-        bytes.append(static_cast<char>(length >> shift));
-    return bytes;
-}
-
 } // namespace
 
 class tst_FrameReader : public QObject
@@ -161,7 +153,7 @@ void tst_FrameReader::neverSatisfiesALengthFrom2To31()
 {
     QFETCH(quint32, length);
     FrameReader reader;
-    reader.append(lengthField(length));
+    reader.append(WireBytes::lengthField(length));
     reader.append(WireBytes::frame("good"));
     QVERIFY(takeAll(&reader).isEmpty());
     QCOMPARE(reader.announcedLength(), length);
@@ -183,9 +175,9 @@ void tst_FrameReader::takesAWrappedLengthAsAnEmptyFrame()
 {
     QFETCH(quint32, length);
     FrameReader reader;
-    reader.append(lengthField(length).left(3));
+    reader.append(WireBytes::lengthField(length).left(3));
     QVERIFY(takeAll(&reader).isEmpty());
-    reader.append(lengthField(length).mid(3) + WireBytes::frame("next"));
+    reader.append(WireBytes::lengthField(length).mid(3) + WireBytes::frame("next"));
     QCOMPARE(takeAll(&reader), (QList<QByteArray>{"", "next"}));
     QVERIFY(reader.isEmpty());
 }

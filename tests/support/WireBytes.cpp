@@ -2,11 +2,16 @@
 
 #include <QtEndian>
 
+QByteArray WireBytes::lengthField(quint32 length)
+{
+    char bytes[4];
+    qToLittleEndian(length, bytes);
+    return QByteArray(bytes, sizeof bytes);
+}
+
 QByteArray WireBytes::frame(const QByteArray &payload)
 {
-    char length[4];
-    qToLittleEndian(static_cast<quint32>(payload.size()), length);
-    return QByteArray(length, sizeof length) + payload;
+    return lengthField(static_cast<quint32>(payload.size())) + payload;
 }
 
 QByteArray WireBytes::body(int id, const QByteArray &text)

@@ -7,7 +7,10 @@
 /// The wire format written down a second time, so that tests do not check the codec with itself.
 namespace WireBytes {
 
-/// Four length bytes, least significant first, then \a payload.
+/// The four length bytes, least significant first.
+QByteArray lengthField(quint32 length);
+
+/// The length bytes that go with \a payload, then \a payload.
 QByteArray frame(const QByteArray &payload);
 
 /// One identifier byte, then \a text as it stands.
