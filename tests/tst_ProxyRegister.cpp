@@ -9,9 +9,14 @@
 
 #include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
+#include <QMutexLocker>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 #include <QTimer>
+
+#include <memory>
 
 namespace {
 
@@ -35,6 +40,7 @@ private Q_SLOTS:
     void failsWithoutAServer();
     void dropsAnEarlierRegistrationWhenItCannotConnect();
     void queuesTheRegistrationOnceConnected();
+    void opensTheGateBeforeItQueuesTheRegistration();
     void doesNotWaitForTheAnswer();
     void registersOverTheSocket();
     void handsOutTheVersion_data();
@@ -109,6 +115,32 @@ void tst_ProxyRegister::queuesTheRegistrationOnceConnected()
     QVERIFY(!queue.first().text.isNull());
     QCOMPARE(log.count(QtDebugMsg, QStringLiteral("connect server ok")), 1);
     QCOMPARE(log.lines().size(), 1);
+}
+
+void tst_ProxyRegister::opensTheGateBeforeItQueuesTheRegistration()
+{
+    LocalPeer peer;
+    const TestProxy proxy;
+    proxy->creatMsgClient();
+    // Register waits for the queue, which this thread gives up only when it has seen the flag.
+    QSemaphore locked;
+    bool wasSeen = false;
+    const std::unique_ptr<QThread> observer(QThread::create([&] {
+        const QMutexLocker locker(&TestAccess::sendMutex(*proxy));
+        locked.release();
+        QElapsedTimer timer;
+        timer.start();
+        while (!wasSeen && timer.elapsed() < WaitLimitMs) {
+            wasSeen = proxy->isRegisted() && TestAccess::sendList(*proxy).isEmpty();
+            QThread::yieldCurrentThread();
+        }
+    }));
+    observer->start();
+    locked.acquire();
+    const bool registered = proxy->Register(QString(), nullptr, QString());
+    QVERIFY(observer->wait(WaitLimitMs));
+    QVERIFY(registered);
+    QVERIFY(wasSeen);
 }
 
 void tst_ProxyRegister::doesNotWaitForTheAnswer()
