@@ -69,7 +69,10 @@ PackageBase *KVTServerMessageOldProxy::ParseCompleteRequest(QByteArray bytes,
 void KVTServerMessageOldProxy::FillReplyDataToPackage(PackageBase *reply, PackageBase *request)
 {
     // By exact type: a class of the application's own that derives from it keeps its data.
-    if (typeid(*request) == typeid(PackageRequestReadData) && reply != nullptr) {
+    const bool takesData = typeid(*request) == typeid(PackageRequestReadData);
+    if (reply == nullptr)
+        return;
+    if (takesData) {
         static_cast<PackageRequestReadData *>(request)->setReplyDataLength(reply->getDataLength());
         request->setData(reply->getData());
     }

@@ -37,7 +37,7 @@ Value valueAt(const NotifyStruct &item, Member PlainItem::*member)
     const auto offset
         = reinterpret_cast<const char *>(&(plain.*member)) - reinterpret_cast<const char *>(&plain);
     Value value;
-    std::memcpy(&value, reinterpret_cast<const char *>(&item) + offset, sizeof value);
+    std::memcpy(&value, reinterpret_cast<const char *>(&item) + offset, sizeof(Value));
     return value;
 }
 

@@ -6,6 +6,7 @@
 #include "TestPackages.h"
 #include "TestProxy.h"
 #include "Waiting.h"
+#include "WatchedSocket.h"
 #include "WireBytes.h"
 
 #include <QElapsedTimer>
@@ -23,7 +24,7 @@
 namespace {
 
 constexpr int ProducerCount = 4;
-constexpr int PerProducer = 250; // all together within the room that a queue has from the start
+constexpr int PerProducer = 250;
 
 /// Threads that each run \a work with their own number, and end with this object.
 class Producers
@@ -102,6 +103,7 @@ class tst_ProxyProducers : public QObject
 private Q_SLOTS:
     void keepsTheOrderOfEachProducer();
     void makesEachRequestPendingOnce();
+    void looksAtAQueueThatGrowsMeanwhile();
     void readsTheGateAndTheTableMeanwhile();
     void findsRequestsMeanwhile();
     void completesEachRequestOnce();
@@ -173,6 +175,32 @@ void tst_ProxyProducers::makesEachRequestPendingOnce()
     TestAccess::requestList(*proxy).clear();
 }
 
+void tst_ProxyProducers::looksAtAQueueThatGrowsMeanwhile()
+{
+    LocalPeer peer;
+    const TestProxy proxy;
+    WatchedSocket *const socket = WatchedSocket::install(&*proxy);
+    QVERIFY(socket != nullptr);
+    int writes = 0;
+    socket->onWrite = [&] { ++writes; };
+    socket->refuses = true; // dropped commands leave nothing behind
+    constexpr int each = 20000;
+    std::atomic<int> running{ProducerCount};
+    {
+        // Far faster than the loop, so the list moves again and again while the loop looks at it.
+        const Producers producers([&](int) {
+            for (int i = 0; i < each; ++i)
+                proxy->SendCommand(TarnEnum::CancelAllSends, QString());
+            --running;
+        });
+        while (running > 0)
+            proxy->SendThreadFun(false);
+    }
+    while (!TestAccess::sendList(*proxy).isEmpty())
+        proxy->SendThreadFun(false);
+    QCOMPARE(writes, ProducerCount * each);
+}
+
 void tst_ProxyProducers::readsTheGateAndTheTableMeanwhile()
 {
     LocalPeer peer;
@@ -182,7 +210,7 @@ void tst_ProxyProducers::readsTheGateAndTheTableMeanwhile()
     std::atomic<int> queued{0};
     std::atomic<int> badTables{0};
     int rounds = 0;
-    // The loop looks at its queue without the lock, so the queue must not outgrow its room here.
+    // So that the threads do not run far ahead of the loop.
     QSemaphore room(100);
     {
         const Producers producers([&](int producer) {
