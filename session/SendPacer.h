@@ -1,0 +1,39 @@
+#ifndef SENDPACER_H
+#define SENDPACER_H
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+
+#include <deque>
+#include <functional>
+
+/// Hands over requests and commands no faster than the proxy sends them, in order. What waits here
+/// can still be withdrawn; what the proxy has cannot.
+class SendPacer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Sends something; false when it has been withdrawn and nothing is sent.
+    using Turn = std::function<bool()>;
+
+    SendPacer();
+
+    /// Has \a turn called in its turn, at once when nothing was sent for a while. It must not
+    /// delete the pacer.
+    void add(Turn turn);
+    /// Forgets all that waits.
+    void clear();
+
+private:
+    void goOn();
+    qint64 waitNs() const;
+
+    std::deque<Turn> m_turns;
+    QElapsedTimer m_clock;
+    QTimer m_timer;
+    qint64 m_earliestNs = 0; // when the next one would be due at an even pace
+};
+
+#endif

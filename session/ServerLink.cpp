@@ -1,0 +1,256 @@
+#include "ServerLink.h"
+
+#include "KVTServerMessageOldProxy.h"
+#include "PackageRequestReadData.h"
+#include "PackageRequestWrite.h"
+#include "SessionLog.h"
+#include "SpareProxies.h"
+
+namespace {
+
+constexpr int AnswerPollMs = 5;
+constexpr int WatchMs = 100;
+constexpr int ProbeAfterMs = 400;
+constexpr int MostCatchers = 16;
+const QString Mark = QStringLiteral("not registered yet");
+
+EquipmentAddress addressOf(const PackageBase &package)
+{
+    EquipmentAddress address(package.getSeverConnectionKey(),
+                             quint32(package.getHighAddr()) << 16 | package.getLowAddr());
+    address.port = package.getPortAddr();
+    address.scanBoard = package.getScanBoardAddr();
+    address.deviceType = package.getDeviceType();
+    return address;
+}
+
+} // namespace
+
+ServerLink::ServerLink(int silenceLimitMs)
+    : m_proxy(SpareProxies::take())
+    , m_silenceLimitMs(silenceLimitMs)
+{
+    connectProxy();
+    connect(&m_watch, &QTimer::timeout, this, &ServerLink::watch);
+    m_sinceProbe.start();
+    m_sinceAnswer.start();
+}
+
+ServerLink::~ServerLink()
+{
+    m_proxy->disconnect(this);
+    if (m_isLost)
+        delete m_proxy; // it would never connect again
+    else
+        SpareProxies::keep(m_proxy);
+}
+
+void ServerLink::connectProxy()
+{
+    connect(m_proxy, &IKVTServerBaseProxy::NotifyRegisterErrEvent, this,
+            [this] { m_hasRegisterError = true; });
+    connect(m_proxy, &IKVTServerBaseProxy::EquipmentChangeEvent, this, [this] {
+        markTableAgain();
+        Q_EMIT tableReplaced();
+    });
+    connect(m_proxy, &IKVTServerBaseProxy::CompleteConnectAllController, this, [this] {
+        markTableAgain();
+        Q_EMIT tableReplaced();
+        Q_EMIT allControllersConnected();
+    });
+    connect(m_proxy, &IKVTServerBaseProxy::BeginConnectEquipment, this,
+            [this](void *, const ConnectEquipmentEventArgs &args) {
+                Q_EMIT connectionBeginning(args.portNam());
+            });
+    connect(m_proxy, &IKVTServerBaseProxy::BeginConnectAllController, this,
+            &ServerLink::allControllersConnecting);
+    connect(m_proxy, &IKVTServerBaseProxy::CallBackBroadcastRecvedReplyEvent, this,
+            [this](void *, const CompletePackageRequestEventArgs &args) {
+                receiveBroadcast(*args.request());
+            });
+}
+
+bool ServerLink::connectToServer()
+{
+    m_proxy->Initalize();
+    // What a proxy that is used again knows of its former registration.
+    m_proxy->ReceivedMessage(TarnEnum::Unregistered, QString(), QByteArray());
+    markTable();
+    m_isFlagCleared = false;
+    m_hasRegisterError = false;
+    m_watch.start(
+        AnswerPollMs); // already now: what the events below call may run a loop of its own
+    if (!m_proxy->Register(QString(), nullptr, QString()) && !m_hasConfirmed && isMarked()) {
+        m_watch.stop();
+        return false;
+    }
+    if (isMarked()) {
+        // The proxy calls itself registered before it is. From here on only the confirmation does.
+        m_proxy->setRegisted(false);
+        m_isFlagCleared = true;
+    }
+    // The connection of a proxy that is used again may be gone; this write notices.
+    sendProbe();
+    return true;
+}
+
+QString ServerLink::serverVersion() const
+{
+    return m_proxy->ServerVer();
+}
+
+QMap<QString, EquipmentInfo> ServerLink::equipmentTable() const
+{
+    return m_proxy->equipmentTable();
+}
+
+void ServerLink::send(PackageBase *package)
+{
+    handOver(package, Purpose::Request);
+}
+
+void ServerLink::command(const std::function<void(KVTServerMessageOldProxy *)> &operation)
+{
+    operation(m_proxy);
+}
+
+void ServerLink::watch()
+{
+    if (m_hasConfirmed)
+        lookForLoss();
+    else
+        lookForAnswer();
+    if (m_sinceAnswer.elapsed() >= ProbeAfterMs && m_sinceProbe.elapsed() >= ProbeAfterMs)
+        sendProbe();
+}
+
+// Every answer to a registration replaces or empties the table, so a record that no server can send
+// tells whether there was one.
+void ServerLink::markTable()
+{
+    m_proxy->setEquipmentTable({{Mark, EquipmentInfo()}});
+}
+
+// A table that comes before the answer is none.
+void ServerLink::markTableAgain()
+{
+    if (!m_hasConfirmed && !isConfirmed())
+        markTable();
+}
+
+bool ServerLink::isMarked() const
+{
+    const QMap<QString, EquipmentInfo> table = m_proxy->equipmentTable();
+    return table.size() == 1 && table.firstKey() == Mark;
+}
+
+bool ServerLink::isConfirmed() const
+{
+    return m_proxy->isRegisted() && (m_isFlagCleared || !m_proxy->ServerVer().isEmpty());
+}
+
+// Concluded a little later, so that what the proxy has posted by now comes first.
+void ServerLink::lookForAnswer()
+{
+    if (isMarked())
+        return;
+    QMetaObject::invokeMethod(this, &ServerLink::concludeRegistration, Qt::QueuedConnection);
+}
+
+void ServerLink::concludeRegistration()
+{
+    if (m_hasConfirmed || m_isLost || isMarked())
+        return;
+    if (!m_proxy->isRegisted()) {
+        m_watch.stop();
+        m_proxy->setRegisted(true); // ends a Register that would go on asking for seconds
+        markTable();
+        Q_EMIT refused(m_hasRegisterError);
+        return;
+    }
+    m_hasConfirmed = true;
+    m_watch.start(WatchMs);
+    topUpCatchers();
+    Q_EMIT confirmed();
+}
+
+void ServerLink::lookForLoss()
+{
+    if (!m_proxy->isRegisted())
+        loseLater(tr("The server has ended the registration."));
+    else if (m_silenceLimitMs > 0 && m_unansweredProbes * ProbeAfterMs >= m_silenceLimitMs)
+        loseLater(tr("The server has not answered anything for %1 ms.").arg(m_silenceLimitMs));
+}
+
+// No equipment has the empty key, so the server answers at once and nothing else happens.
+void ServerLink::sendProbe()
+{
+    auto *const probe = new PackageRequestReadData;
+    probe->setReadLength(1);
+    m_sinceProbe.start();
+    ++m_unansweredProbes;
+    handOver(probe, Purpose::Probe);
+}
+
+// A reply that matches no request completes the oldest one. These requests are there to be it: they
+// go out as a cancel for the empty key, which nobody answers. Without them a reply to a request
+// that was completed with another's would find no request that brings it here, and be lost.
+void ServerLink::topUpCatchers()
+{
+    m_proxy->setPackageType(TarnEnum::ByteArrayPackage);
+    for (; m_catchers < m_wantedCatchers; ++m_catchers)
+        handOver(new PackageBase, Purpose::Catcher);
+    m_proxy->setPackageType(TarnEnum::TextPackage);
+}
+
+// Not from inside the proxy's call that this may be: the link may be deleted for it.
+void ServerLink::loseLater(const QString &reason)
+{
+    if (m_isLost)
+        return;
+    m_isLost = true;
+    m_watch.stop();
+    QMetaObject::invokeMethod(
+        this, [this, reason] { Q_EMIT lost(reason); }, Qt::QueuedConnection);
+}
+
+void ServerLink::handOver(PackageBase *package, Purpose purpose)
+{
+    package->setParent(&m_packages);
+    package->setCompletionHandler([this, package, purpose](void *, PackageBase *reply) {
+        complete(package, purpose, reply);
+    });
+    m_proxy->SendPackageMessage(package);
+}
+
+void ServerLink::complete(PackageBase *package, Purpose purpose, PackageBase *reply)
+{
+    package->deleteLater();
+    if (reply == package) {
+        loseLater(tr("The connection to the server is broken."));
+        return;
+    }
+    m_sinceAnswer.start();
+    m_unansweredProbes = 0;
+    if (purpose == Purpose::Catcher)
+        --m_catchers;
+    if (reply->getSerialNum() != package->getSerialNum()) {
+        qCDebug(sessionLog) << "a reply with the serial number" << reply->getSerialNum()
+                            << "completed the request" << package->getSerialNum();
+        m_wantedCatchers = qMin(2 * m_wantedCatchers, MostCatchers);
+    }
+    topUpCatchers();
+    Q_EMIT answered(reply->getSerialNum(), reply->getCommResult(), reply->getData());
+}
+
+void ServerLink::receiveBroadcast(const PackageBase &package)
+{
+    DeviceBroadcast broadcast;
+    broadcast.address = addressOf(package);
+    broadcast.data = package.getData();
+    broadcast.tag = package.getTag();
+    broadcast.result = package.getCommResult();
+    broadcast.isRead = dynamic_cast<const PackageRequestRead *>(&package) != nullptr;
+    broadcast.isWrite = dynamic_cast<const PackageRequestWrite *>(&package) != nullptr;
+    Q_EMIT broadcastReceived(broadcast);
+}

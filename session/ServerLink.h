@@ -1,0 +1,99 @@
+#ifndef SERVERLINK_H
+#define SERVERLINK_H
+
+#include "DeviceBroadcast.h"
+#include "EquipmentInfo.h"
+#include "TarnEnum.h"
+
+#include <QElapsedTimer>
+#include <QMap>
+#include <QObject>
+#include <QTimer>
+
+#include <functional>
+
+class KVTServerMessageOldProxy;
+class PackageBase;
+
+/// One connection to the server through one proxy, from the registration to the loss: turns what
+/// the proxy leaves open into signals. The registration's answer is looked for, since the proxy
+/// does not signal it; a server that has gone is noticed by a write that fails, and when nothing
+/// else is written a small read request is sent for that purpose. A link that is lost never comes
+/// back.
+///
+/// The signals come from inside the proxy's own calls, except `confirmed`, `refused` and `lost`,
+/// in whose slots the link may be deleted.
+class ServerLink : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// \a silenceLimitMs as in SessionOptions.
+    explicit ServerLink(int silenceLimitMs);
+    /// Packages that are still under way are deleted without being completed.
+    ~ServerLink() override;
+
+    /// Connects and asks for the registration. False when nobody takes connections; may then be
+    /// called again, as it may when no answer comes. Blocks for 50 ms, at most 550, and processes
+    /// events, in which anything may happen but the deletion of this link.
+    bool connectToServer();
+
+    QString serverVersion() const;
+    QMap<QString, EquipmentInfo> equipmentTable() const;
+
+    /// Takes over \a package and sends it; `answered` may follow.
+    void send(PackageBase *package);
+    /// Gives the proxy a command, by one of its operations that refuse when not registered.
+    void command(const std::function<void(KVTServerMessageOldProxy *)> &operation);
+
+Q_SIGNALS:
+    void confirmed();
+    void refused(bool withError);
+    /// The connection or the registration has gone, or the server is silent.
+    void lost(const QString &reason);
+    /// A reply to whichever request has that number.
+    void answered(quint64 serialNumber, TarnEnum::CommResults result, const QByteArray &data);
+    void tableReplaced();
+    void connectionBeginning(const QString &port);
+    void allControllersConnecting();
+    void allControllersConnected();
+    void broadcastReceived(const DeviceBroadcast &broadcast);
+
+private:
+    enum class Purpose { Request, Probe, Catcher };
+
+    void connectProxy();
+    void watch();
+
+    void markTable();
+    void markTableAgain();
+    bool isMarked() const;
+    bool isConfirmed() const;
+    void lookForAnswer();
+    void concludeRegistration();
+
+    void lookForLoss();
+    void sendProbe();
+    void topUpCatchers();
+    void loseLater(const QString &reason);
+
+    void handOver(PackageBase *package, Purpose purpose);
+    void complete(PackageBase *package, Purpose purpose, PackageBase *reply);
+    void receiveBroadcast(const PackageBase &package);
+
+    KVTServerMessageOldProxy *const m_proxy;
+    QObject m_packages; // parent of the packages that the proxy has
+    QTimer m_watch;
+    QElapsedTimer m_sinceProbe;
+    QElapsedTimer m_sinceAnswer;
+    int m_silenceLimitMs;
+    int m_unansweredProbes = 0;
+    int m_catchers = 0;
+    int m_wantedCatchers = 1;
+    bool m_isFlagCleared = false;
+    bool m_hasRegisterError = false;
+    bool m_hasConfirmed = false;
+    bool m_isLost = false;
+};
+
+#endif

@@ -1,0 +1,299 @@
+#include "SessionCore.h"
+
+#include "EquipmentTableChange.h"
+#include "KsProxyTools.h"
+#include "ServerLink.h"
+#include "SessionLog.h"
+
+#include <QPointer>
+
+namespace {
+
+const QString ServerProcessName = QStringLiteral("KVTServerMaster");
+constexpr int FirstDelayMs = 20; // while opening
+constexpr int LongestDelayMs = 200;
+
+} // namespace
+
+SessionCore::SessionCore(DeviceSession *session)
+    : m_session(session)
+{
+    m_attempt.setSingleShot(true);
+    connect(&m_attempt, &QTimer::timeout, this, &SessionCore::attempt);
+    m_registrationLimit.setSingleShot(true);
+    connect(&m_registrationLimit, &QTimer::timeout, this, &SessionCore::onRegistrationTimeout);
+}
+
+SessionCore::~SessionCore()
+{
+    dropLink();
+}
+
+bool SessionCore::open(const SessionOptions &options)
+{
+    if (m_state != State::Closed)
+        return refuse({SessionError::Code::NotReady, tr("The session is open already.")});
+    const QString problem = options.problem();
+    if (!problem.isEmpty())
+        return refuse({SessionError::Code::InvalidArgument, problem});
+    m_options = options;
+    m_lastError = SessionError();
+    m_delayMs = FirstDelayMs;
+    m_hasLaunched = false;
+    m_isComingBack = false;
+    m_startLimit.setRemainingTime(options.startTimeoutMs);
+    setState(State::Connecting);
+    m_attempt.start(0);
+    return true;
+}
+
+void SessionCore::close()
+{
+    if (m_state == State::Closed)
+        return;
+    dropLink();
+    m_replies.settleAll({SessionError::Code::SessionClosed, tr("The session was closed.")});
+    m_equipmentTable.clear();
+    m_serverVersion.clear();
+    m_lastError = SessionError();
+    setState(State::Closed);
+}
+
+DeviceSession::State SessionCore::state() const
+{
+    return m_state;
+}
+
+const SessionError &SessionCore::lastError() const
+{
+    return m_lastError;
+}
+
+QString SessionCore::serverVersion() const
+{
+    return m_serverVersion;
+}
+
+const QMap<QString, EquipmentInfo> &SessionCore::equipmentTable() const
+{
+    return m_equipmentTable;
+}
+
+bool SessionCore::refuse(const SessionError &error)
+{
+    qCWarning(sessionLog).noquote() << "refused:" << error.text;
+    m_lastError = error;
+    return false;
+}
+
+void SessionCore::attempt()
+{
+    if (!m_link)
+        m_link = newLink();
+    const QPointer<SessionCore> self(this);
+    const std::shared_ptr<ServerLink> link = m_link; // outlives what the events do
+    const bool isConnected = link->connectToServer();
+    if (!self || m_link != link)
+        return;
+    if (isConnected)
+        beginRegistration();
+    else
+        goOnUnreached();
+}
+
+std::shared_ptr<ServerLink> SessionCore::newLink()
+{
+    auto link = std::make_shared<ServerLink>(m_options.silenceLimitMs);
+    connect(link.get(), &ServerLink::confirmed, this, &SessionCore::onConfirmed);
+    connect(link.get(), &ServerLink::refused, this, &SessionCore::onRefused);
+    connect(link.get(), &ServerLink::lost, this, &SessionCore::onLost);
+    connect(link.get(), &ServerLink::answered, this, &SessionCore::onAnswered);
+    connect(link.get(), &ServerLink::tableReplaced, this, &SessionCore::adoptTable);
+    connect(link.get(), &ServerLink::connectionBeginning, this, [this](const QString &port) {
+        announce([this, port] { Q_EMIT m_session->connectionBeginning(port); });
+    });
+    connect(link.get(), &ServerLink::allControllersConnecting, this,
+            [this] { announce([this] { Q_EMIT m_session->allControllersConnecting(); }); });
+    connect(link.get(), &ServerLink::allControllersConnected, this,
+            [this] { announce([this] { Q_EMIT m_session->allControllersConnected(); }); });
+    connect(link.get(), &ServerLink::broadcastReceived, this,
+            [this](const DeviceBroadcast &broadcast) {
+                announce([this, broadcast] { Q_EMIT m_session->broadcastReceived(broadcast); });
+            });
+    return link;
+}
+
+void SessionCore::dropLink()
+{
+    m_attempt.stop();
+    m_registrationLimit.stop();
+    m_pacer.clear();
+    if (m_link)
+        m_link->disconnect(this); // it may stand on the stack and live a little longer
+    m_link.reset();
+}
+
+void SessionCore::goOnUnreached()
+{
+    if (!m_options.startsServer && !m_isComingBack) {
+        fail({SessionError::Code::NoServer,
+              tr("No device server takes connections, and none may be started.")});
+        return;
+    }
+    if (m_options.startsServer && !m_hasLaunched && !startServer())
+        return;
+    retryLater();
+}
+
+// One that runs but takes no connections yet is waited for. False when the session has failed.
+bool SessionCore::startServer()
+{
+    m_hasLaunched = true;
+    unsigned long long pid = 0;
+    if (KsProxyTools::checkProcessRunning(ServerProcessName, pid)) {
+        qCDebug(sessionLog) << "a device server runs, process" << pid
+                            << "- waiting until it takes connections";
+        return true;
+    }
+    const QString path = m_options.serverPath.isEmpty() ? KsProxyTools::getDefaultServerPath()
+                                                        : m_options.serverPath;
+    setState(State::StartingServer);
+    qCDebug(sessionLog) << "starting" << path;
+    const bool isStarted = KsProxyTools::startProcess(path);
+    if (!isStarted && !m_isComingBack) {
+        fail({SessionError::Code::ServerStartFailed,
+              tr("The device server \"%1\" cannot be started: is there such a program, and may you "
+                 "run it?")
+                  .arg(path)});
+        return false;
+    }
+    if (!isStarted)
+        qCWarning(sessionLog) << "cannot be started:" << path; // somebody else may start it
+    setState(isStarted ? State::Connecting : State::Lost);
+    return true;
+}
+
+void SessionCore::retryLater()
+{
+    if (!m_isComingBack && m_startLimit.hasExpired()) {
+        fail({SessionError::Code::StartTimedOut,
+              tr("The device server takes no connections within %1 ms.")
+                  .arg(m_options.startTimeoutMs)});
+        return;
+    }
+    const int longest = m_isComingBack ? m_options.reconnect.longestDelayMs : LongestDelayMs;
+    m_attempt.start(m_delayMs);
+    m_delayMs = qMin(2 * m_delayMs, longest);
+}
+
+void SessionCore::beginRegistration()
+{
+    if (m_state == State::Registering || m_state == State::Ready)
+        return; // the answer came before the call for it returned
+    if (m_state != State::Connecting)
+        setState(State::Connecting);
+    setState(State::Registering);
+    m_registrationLimit.start(m_options.registrationTimeoutMs);
+}
+
+void SessionCore::onConfirmed()
+{
+    beginRegistration();
+    m_registrationLimit.stop();
+    m_attempt.stop();
+    m_serverVersion = m_link->serverVersion();
+    m_lastError = SessionError();
+    m_isComingBack = true;
+    setState(State::Ready);
+    adoptTable();
+}
+
+void SessionCore::onRefused(bool withError)
+{
+    if (withError)
+        fail({SessionError::Code::RegistrationFailed,
+              tr("The device server reports an error of the registration.")});
+    else
+        fail({SessionError::Code::RegistrationRejected,
+              tr("The device server rejects the registration.")});
+}
+
+void SessionCore::onRegistrationTimeout()
+{
+    const SessionError error(SessionError::Code::RegistrationTimedOut,
+                             tr("The device server does not answer the registration within %1 ms.")
+                                 .arg(m_options.registrationTimeoutMs));
+    if (!m_isComingBack) {
+        fail(error);
+        return;
+    }
+    // The link stays: a late answer is as good, and each new one would cost a connection.
+    qCDebug(sessionLog).noquote() << error.text;
+    comeBack();
+}
+
+void SessionCore::onLost(const QString &reason)
+{
+    const bool wasReady = m_state == State::Ready;
+    dropLink();
+    if (!wasReady) {
+        qCDebug(sessionLog).noquote() << reason;
+        setState(m_isComingBack ? State::Lost : State::Connecting);
+        retryLater();
+        return;
+    }
+    const SessionError error(SessionError::Code::ConnectionLost, reason);
+    m_hasLaunched = false;
+    m_delayMs = m_options.reconnect.firstDelayMs;
+    m_lastError = error;
+    announce([this, error] { Q_EMIT m_session->errorOccurred(error); });
+    comeBack();
+    m_replies.settleAll(error);
+}
+
+void SessionCore::comeBack()
+{
+    setState(State::Lost);
+    if (!m_options.reconnect.isOff())
+        retryLater();
+}
+
+void SessionCore::fail(const SessionError &error)
+{
+    dropLink();
+    m_equipmentTable.clear();
+    m_serverVersion.clear();
+    m_lastError = error;
+    announce([this, error] { Q_EMIT m_session->errorOccurred(error); });
+    setState(State::Closed);
+}
+
+void SessionCore::setState(State state)
+{
+    if (m_state == state)
+        return;
+    m_state = state;
+    qCDebug(sessionLog) << "state" << state;
+    announce([this, state] { Q_EMIT m_session->stateChanged(state); });
+}
+
+void SessionCore::adoptTable()
+{
+    if (m_state != State::Ready)
+        return;
+    const QMap<QString, EquipmentInfo> table = m_link->equipmentTable();
+    const EquipmentTableChange change = EquipmentTableChange::between(m_equipmentTable, table);
+    m_equipmentTable = table;
+    if (change.isEmpty())
+        return;
+    qCDebug(sessionLog) << "table: added" << change.added << "removed" << change.removed
+                        << "changed" << change.changed;
+    announce([this, change] {
+        Q_EMIT m_session->tableChanged(change.added, change.removed, change.changed);
+    });
+}
+
+void SessionCore::announce(const std::function<void()> &emission)
+{
+    QMetaObject::invokeMethod(this, emission, Qt::QueuedConnection);
+}

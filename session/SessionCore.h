@@ -1,0 +1,96 @@
+#ifndef SESSIONCORE_H
+#define SESSIONCORE_H
+
+#include "DeviceSession.h"
+#include "OutstandingReplies.h"
+#include "SendPacer.h"
+
+#include <QDeadlineTimer>
+#include <QObject>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+class DeviceReplyPrivate;
+class KVTServerMessageOldProxy;
+class PackageBase;
+class ServerLink;
+
+/// What a session does: its states, its requests and commands. Its calls come from the session, on
+/// the session's thread.
+class SessionCore : public QObject
+{
+    Q_OBJECT
+
+public:
+    using State = DeviceSession::State;
+
+    explicit SessionCore(DeviceSession *session);
+    ~SessionCore() override;
+
+    bool open(const SessionOptions &options);
+    void close();
+
+    State state() const;
+    const SessionError &lastError() const;
+    QString serverVersion() const;
+    const QMap<QString, EquipmentInfo> &equipmentTable() const;
+
+    DeviceReply *read(const EquipmentAddress &address, int length, int timeoutMs);
+    DeviceReply *write(const EquipmentAddress &address, const QByteArray &data, int timeoutMs);
+
+    /// False when not ready.
+    bool command(const std::function<void(KVTServerMessageOldProxy *)> &operation);
+    /// Remembers why a call was refused; false.
+    bool refuse(const SessionError &error);
+
+private:
+    // Opening and coming back
+    void attempt();
+    std::shared_ptr<ServerLink> newLink();
+    void dropLink();
+    void goOnUnreached();
+    bool startServer();
+    void retryLater();
+    void beginRegistration();
+    void onConfirmed();
+    void onRefused(bool withError);
+    void onRegistrationTimeout();
+    void onLost(const QString &reason);
+    void comeBack();
+    void fail(const SessionError &error);
+    void setState(State state);
+    void adoptTable();
+    /// Has \a emission called from the event loop, in its turn.
+    void announce(const std::function<void()> &emission);
+
+    // Requests
+    using PackageMaker = std::function<std::unique_ptr<PackageBase>()>;
+
+    SessionError problemOf(const EquipmentAddress &address, qint64 length, int timeoutMs) const;
+    SessionError notReady() const;
+    DeviceReply *request(const EquipmentAddress &address, int timeoutMs,
+                         const SessionError &problem, const PackageMaker &makePackage);
+    void onAnswered(quint64 serialNumber, TarnEnum::CommResults result, const QByteArray &data);
+
+    DeviceSession *const m_session;
+    SessionOptions m_options;
+    State m_state = State::Closed;
+    SessionError m_lastError;
+    QString m_serverVersion;
+    QMap<QString, EquipmentInfo> m_equipmentTable;
+
+    std::shared_ptr<ServerLink> m_link;
+    QTimer m_attempt;
+    QTimer m_registrationLimit;
+    QDeadlineTimer m_startLimit;
+    int m_delayMs = 0; // before the next attempt
+    bool m_hasLaunched = false;
+    bool m_isComingBack = false; // was ready before
+
+    OutstandingReplies m_replies;
+    SendPacer m_pacer;
+};
+
+#endif

@@ -1,0 +1,21 @@
+#ifndef SPAREPROXIES_H
+#define SPAREPROXIES_H
+
+class KVTServerMessageOldProxy;
+
+/// Proxies whose session has ended but whose connection stands. A proxy never closes its
+/// connection, not even when it is deleted, so the next session goes on with it: opening and
+/// closing a thousand times takes one connection.
+class SpareProxies
+{
+public:
+    /// A proxy that is not initialised: a spare one, whose connection may be gone by now, or a new
+    /// one. The caller owns it.
+    static KVTServerMessageOldProxy *take();
+
+    /// Takes over \a proxy, terminates it and keeps it until the application ends. Blocks for 200
+    /// ms at most.
+    static void keep(KVTServerMessageOldProxy *proxy);
+};
+
+#endif
