@@ -28,8 +28,11 @@ EquipmentAddress addressOf(const PackageBase &package)
 
 ServerLink::ServerLink(int silenceLimitMs)
     : m_proxy(SpareProxies::take())
+    , m_isSecondHand(m_proxy != nullptr)
     , m_silenceLimitMs(silenceLimitMs)
 {
+    if (!m_isSecondHand)
+        m_proxy = new KVTServerMessageOldProxy;
     connectProxy();
     connect(&m_watch, &QTimer::timeout, this, &ServerLink::watch);
     m_sinceProbe.start();
@@ -92,6 +95,11 @@ bool ServerLink::connectToServer()
     // The connection of a proxy that is used again may be gone; this write notices.
     sendProbe();
     return true;
+}
+
+bool ServerLink::isSecondHand() const
+{
+    return m_isSecondHand;
 }
 
 QString ServerLink::serverVersion() const

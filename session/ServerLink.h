@@ -38,6 +38,9 @@ public:
     /// events, in which anything may happen but the deletion of this link.
     bool connectToServer();
 
+    /// Whether it went on with a former session's connection, which may have been gone already.
+    bool isSecondHand() const;
+
     QString serverVersion() const;
     QMap<QString, EquipmentInfo> equipmentTable() const;
 
@@ -81,7 +84,8 @@ private:
     void complete(PackageBase *package, Purpose purpose, PackageBase *reply);
     void receiveBroadcast(const PackageBase &package);
 
-    KVTServerMessageOldProxy *const m_proxy;
+    KVTServerMessageOldProxy *m_proxy;
+    const bool m_isSecondHand;
     QObject m_packages; // parent of the packages that the proxy has
     QTimer m_watch;
     QElapsedTimer m_sinceProbe;

@@ -188,11 +188,12 @@ void SessionCore::retryLater()
 
 void SessionCore::beginRegistration()
 {
-    if (m_state == State::Registering || m_state == State::Ready)
+    if (m_state == State::Ready)
         return; // the answer came before the call for it returned
-    if (m_state != State::Connecting)
+    if (m_state != State::Registering) {
         setState(State::Connecting);
-    setState(State::Registering);
+        setState(State::Registering);
+    }
     m_registrationLimit.start(m_options.registrationTimeoutMs);
 }
 
@@ -234,14 +235,28 @@ void SessionCore::onRegistrationTimeout()
 
 void SessionCore::onLost(const QString &reason)
 {
-    const bool wasReady = m_state == State::Ready;
+    if (m_state == State::Ready)
+        loseServer(reason);
+    else
+        loseAttempt(reason);
+}
+
+void SessionCore::loseAttempt(const QString &reason)
+{
+    qCDebug(sessionLog).noquote() << reason;
+    const bool wasSecondHand = m_link->isSecondHand();
     dropLink();
-    if (!wasReady) {
-        qCDebug(sessionLog).noquote() << reason;
-        setState(m_isComingBack ? State::Lost : State::Connecting);
-        retryLater();
+    if (wasSecondHand) {
+        m_attempt.start(0); // nobody need know that it went on with a dead connection
         return;
     }
+    setState(m_isComingBack ? State::Lost : State::Connecting);
+    retryLater();
+}
+
+void SessionCore::loseServer(const QString &reason)
+{
+    dropLink();
     const SessionError error(SessionError::Code::ConnectionLost, reason);
     m_hasLaunched = false;
     m_delayMs = m_options.reconnect.firstDelayMs;

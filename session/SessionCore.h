@@ -58,6 +58,8 @@ private:
     void onRefused(bool withError);
     void onRegistrationTimeout();
     void onLost(const QString &reason);
+    void loseAttempt(const QString &reason);
+    void loseServer(const QString &reason);
     void comeBack();
     void fail(const SessionError &error);
     void setState(State state);

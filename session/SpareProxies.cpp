@@ -54,7 +54,7 @@ std::shared_ptr<QTimer> startTidying(KVTServerMessageOldProxy *proxy)
 KVTServerMessageOldProxy *SpareProxies::take()
 {
     if (!isApplicationThread() || spares().isEmpty())
-        return new KVTServerMessageOldProxy;
+        return nullptr;
     return spares().takeLast().proxy;
 }
 

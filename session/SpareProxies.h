@@ -9,8 +9,8 @@ class KVTServerMessageOldProxy;
 class SpareProxies
 {
 public:
-    /// A proxy that is not initialised: a spare one, whose connection may be gone by now, or a new
-    /// one. The caller owns it.
+    /// A proxy that is not initialised and whose connection may be gone by now; null when there is
+    /// none. The caller owns it.
     static KVTServerMessageOldProxy *take();
 
     /// Takes over \a proxy, terminates it and keeps it until the application ends. Blocks for 200
