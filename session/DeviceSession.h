@@ -25,7 +25,8 @@ class SessionCore;
 /// is refused with a log line and an error. All signals come from the event loop, in the order of
 /// what happened, never from inside a call; a slot may do anything, also delete the session.
 /// Errors are values; nothing is thrown. What happens is logged under the category
-/// "ksproxy.session": errors and refused calls as warnings, everything else at debug level.
+/// "ksproxy.session": refused calls as warnings, everything else at debug level, which is off until
+/// a logging rule such as "ksproxy.session.debug=true" switches it on.
 ///
 /// \code
 /// DeviceSession session;

@@ -29,7 +29,7 @@ class KSPROXYSESSION_EXPORT DeviceTransfer : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int DefaultChunkBytes = 64 * 1024;
+    static constexpr int DefaultChunkBytes = 256 * 1024;
     static constexpr int DefaultWindow = 8;
     static constexpr int MaxWindow = 1000;
 

@@ -110,15 +110,17 @@ std::shared_ptr<ServerLink> SessionCore::newLink()
     connect(link.get(), &ServerLink::answered, this, &SessionCore::onAnswered);
     connect(link.get(), &ServerLink::tableReplaced, this, &SessionCore::adoptTable);
     connect(link.get(), &ServerLink::connectionBeginning, this, [this](const QString &port) {
-        announce([this, port] { Q_EMIT m_session->connectionBeginning(port); });
+        announceWhenReady([this, port] { Q_EMIT m_session->connectionBeginning(port); });
     });
-    connect(link.get(), &ServerLink::allControllersConnecting, this,
-            [this] { announce([this] { Q_EMIT m_session->allControllersConnecting(); }); });
+    connect(link.get(), &ServerLink::allControllersConnecting, this, [this] {
+        announceWhenReady([this] { Q_EMIT m_session->allControllersConnecting(); });
+    });
     connect(link.get(), &ServerLink::allControllersConnected, this,
-            [this] { announce([this] { Q_EMIT m_session->allControllersConnected(); }); });
+            [this] { announceWhenReady([this] { Q_EMIT m_session->allControllersConnected(); }); });
     connect(link.get(), &ServerLink::broadcastReceived, this,
             [this](const DeviceBroadcast &broadcast) {
-                announce([this, broadcast] { Q_EMIT m_session->broadcastReceived(broadcast); });
+                announceWhenReady(
+                    [this, broadcast] { Q_EMIT m_session->broadcastReceived(broadcast); });
             });
     return link;
 }
@@ -176,14 +178,24 @@ bool SessionCore::startServer()
 void SessionCore::retryLater()
 {
     if (!m_isComingBack && m_startLimit.hasExpired()) {
-        fail({SessionError::Code::StartTimedOut,
-              tr("The device server takes no connections within %1 ms.")
-                  .arg(m_options.startTimeoutMs)});
+        fail({SessionError::Code::StartTimedOut, startTimeoutText()});
         return;
     }
     const int longest = m_isComingBack ? m_options.reconnect.longestDelayMs : LongestDelayMs;
     m_attempt.start(m_delayMs);
     m_delayMs = qMin(2 * m_delayMs, longest);
+}
+
+QString SessionCore::startTimeoutText() const
+{
+    unsigned long long pid = 0;
+    if (KsProxyTools::checkProcessRunning(ServerProcessName, pid))
+        return tr("A device server runs, process %1, but takes no connections within %2 ms: is it "
+                  "another user's, or has it another temporary folder?")
+            .arg(pid)
+            .arg(m_options.startTimeoutMs);
+    return tr("No device server takes connections within %1 ms: it may have ended at once.")
+        .arg(m_options.startTimeoutMs);
 }
 
 void SessionCore::beginRegistration()
@@ -301,8 +313,8 @@ void SessionCore::adoptTable()
     m_equipmentTable = table;
     if (change.isEmpty())
         return;
-    qCDebug(sessionLog) << "table: added" << change.added << "removed" << change.removed
-                        << "changed" << change.changed;
+    qCDebug(sessionLog) << "table:" << change.added.size() << "added" << change.removed.size()
+                        << "removed" << change.changed.size() << "changed";
     announce([this, change] {
         Q_EMIT m_session->tableChanged(change.added, change.removed, change.changed);
     });
@@ -311,4 +323,10 @@ void SessionCore::adoptTable()
 void SessionCore::announce(const std::function<void()> &emission)
 {
     QMetaObject::invokeMethod(this, emission, Qt::QueuedConnection);
+}
+
+void SessionCore::announceWhenReady(const std::function<void()> &emission)
+{
+    if (m_state == State::Ready)
+        announce(emission);
 }

@@ -53,6 +53,7 @@ private:
     void goOnUnreached();
     bool startServer();
     void retryLater();
+    QString startTimeoutText() const;
     void beginRegistration();
     void onConfirmed();
     void onRefused(bool withError);
@@ -66,6 +67,7 @@ private:
     void adoptTable();
     /// Has \a emission called from the event loop, in its turn.
     void announce(const std::function<void()> &emission);
+    void announceWhenReady(const std::function<void()> &emission);
 
     // Requests
     using PackageMaker = std::function<std::unique_ptr<PackageBase>()>;

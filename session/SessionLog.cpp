@@ -3,7 +3,7 @@
 #include <QObject>
 #include <QThread>
 
-Q_LOGGING_CATEGORY(sessionLog, "ksproxy.session")
+Q_LOGGING_CATEGORY(sessionLog, "ksproxy.session", QtWarningMsg)
 
 bool isOnOwnThread(const QObject *object, const char *operation)
 {

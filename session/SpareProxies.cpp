@@ -55,7 +55,10 @@ KVTServerMessageOldProxy *SpareProxies::take()
 {
     if (!isApplicationThread() || spares().isEmpty())
         return nullptr;
-    return spares().takeLast().proxy;
+    KVTServerMessageOldProxy *const proxy = spares().takeLast().proxy;
+    proxy->Terminate(); // what has come since it was last tidied is none of the next session's
+                        // affair
+    return proxy;
 }
 
 void SpareProxies::keep(KVTServerMessageOldProxy *proxy)
