@@ -5,7 +5,8 @@
 namespace {
 
 // The proxy sends one message every 10 ms. A few ahead, so that it never waits for this timer.
-constexpr qint64 IntervalNs = 10LL * 1000 * 1000;
+constexpr qint64 NsPerMs = 1000000;
+constexpr qint64 IntervalNs = 10 * NsPerMs;
 constexpr qint64 AheadNs = 3 * IntervalNs;
 
 } // namespace
@@ -40,7 +41,7 @@ void SendPacer::goOn()
             m_earliestNs = qMax(m_earliestNs, m_clock.nsecsElapsed()) + IntervalNs;
     }
     if (!m_turns.empty())
-        m_timer.start(static_cast<int>(waitNs() / (1000 * 1000)) + 1);
+        m_timer.start(static_cast<int>(waitNs() / NsPerMs) + 1);
 }
 
 qint64 SendPacer::waitNs() const

@@ -1,0 +1,214 @@
+// How SessionCore reaches the server: opening, registering, losing it and coming back.
+#include "SessionCore.h"
+
+#include "KsProxyTools.h"
+#include "ServerLink.h"
+#include "SessionLog.h"
+
+#include <QPointer>
+
+namespace {
+
+const QString ServerProcessName = QStringLiteral("KVTServerMaster");
+constexpr int LongestDelayMs = 200; // while opening
+
+} // namespace
+
+void SessionCore::attempt()
+{
+    if (!m_link)
+        m_link = newLink();
+    const QPointer<SessionCore> self(this);
+    const std::shared_ptr<ServerLink> link = m_link; // outlives what the events do
+    const bool isConnected = link->connectToServer();
+    if (!self || m_link != link)
+        return;
+    if (isConnected)
+        beginRegistration();
+    else
+        goOnUnreached();
+}
+
+std::shared_ptr<ServerLink> SessionCore::newLink()
+{
+    auto link = std::make_shared<ServerLink>(m_options.silenceLimitMs);
+    connect(link.get(), &ServerLink::confirmed, this, &SessionCore::onConfirmed);
+    connect(link.get(), &ServerLink::refused, this, &SessionCore::onRefused);
+    connect(link.get(), &ServerLink::lost, this, &SessionCore::onLost);
+    connect(link.get(), &ServerLink::answered, this, &SessionCore::onAnswered);
+    connect(link.get(), &ServerLink::tableReplaced, this, &SessionCore::adoptTable);
+    connect(link.get(), &ServerLink::connectionBeginning, this, [this](const QString &port) {
+        announceWhenReady([this, port] { Q_EMIT m_session->connectionBeginning(port); });
+    });
+    connect(link.get(), &ServerLink::allControllersConnecting, this, [this] {
+        announceWhenReady([this] { Q_EMIT m_session->allControllersConnecting(); });
+    });
+    connect(link.get(), &ServerLink::allControllersConnected, this,
+            [this] { announceWhenReady([this] { Q_EMIT m_session->allControllersConnected(); }); });
+    connect(link.get(), &ServerLink::broadcastReceived, this,
+            [this](const DeviceBroadcast &broadcast) {
+                announceWhenReady(
+                    [this, broadcast] { Q_EMIT m_session->broadcastReceived(broadcast); });
+            });
+    return link;
+}
+
+void SessionCore::dropLink()
+{
+    m_attempt.stop();
+    m_registrationLimit.stop();
+    m_pacer.clear();
+    if (m_link)
+        m_link->disconnect(this); // it may stand on the stack and live a little longer
+    m_link.reset();
+}
+
+void SessionCore::goOnUnreached()
+{
+    if (!m_options.startsServer && !m_isComingBack) {
+        fail({SessionError::Code::NoServer,
+              tr("No device server takes connections, and none may be started.")});
+        return;
+    }
+    if (m_options.startsServer && !m_hasLaunched && !startServer())
+        return;
+    retryLater();
+}
+
+// One that runs but takes no connections yet is waited for. False when the session has failed.
+bool SessionCore::startServer()
+{
+    m_hasLaunched = true;
+    unsigned long long pid = 0;
+    if (KsProxyTools::checkProcessRunning(ServerProcessName, pid)) {
+        qCDebug(sessionLog) << "a device server runs, process" << pid
+                            << "- waiting until it takes connections";
+        return true;
+    }
+    const QString path = m_options.serverPath.isEmpty() ? KsProxyTools::getDefaultServerPath()
+                                                        : m_options.serverPath;
+    setState(State::StartingServer);
+    qCDebug(sessionLog) << "starting" << path;
+    const bool isStarted = KsProxyTools::startProcess(path);
+    if (!isStarted && !m_isComingBack) {
+        fail({SessionError::Code::ServerStartFailed,
+              tr("The device server \"%1\" cannot be started: is there such a program, and may you "
+                 "run it?")
+                  .arg(path)});
+        return false;
+    }
+    if (!isStarted)
+        qCWarning(sessionLog) << "cannot be started:" << path; // somebody else may start it
+    setState(isStarted ? State::Connecting : State::Lost);
+    return true;
+}
+
+void SessionCore::retryLater()
+{
+    if (!m_isComingBack && m_startLimit.hasExpired()) {
+        fail({SessionError::Code::StartTimedOut, startTimeoutText()});
+        return;
+    }
+    const int longest = m_isComingBack ? m_options.reconnect.longestDelayMs : LongestDelayMs;
+    m_attempt.start(m_delayMs);
+    m_delayMs = qMin(2 * m_delayMs, longest);
+}
+
+QString SessionCore::startTimeoutText() const
+{
+    unsigned long long pid = 0;
+    if (KsProxyTools::checkProcessRunning(ServerProcessName, pid))
+        return tr("A device server runs, process %1, but takes no connections within %2 ms: is it "
+                  "another user's, or has it another temporary folder?")
+            .arg(pid)
+            .arg(m_options.startTimeoutMs);
+    return tr("No device server takes connections within %1 ms: it may have ended at once.")
+        .arg(m_options.startTimeoutMs);
+}
+
+void SessionCore::beginRegistration()
+{
+    if (m_state == State::Ready)
+        return; // the answer came before the call for it returned
+    if (m_state != State::Registering) {
+        setState(State::Connecting);
+        setState(State::Registering);
+    }
+    m_registrationLimit.start(m_options.registrationTimeoutMs);
+}
+
+void SessionCore::onConfirmed()
+{
+    beginRegistration();
+    m_registrationLimit.stop();
+    m_attempt.stop();
+    m_serverVersion = m_link->serverVersion();
+    m_lastError = SessionError();
+    m_isComingBack = true;
+    setState(State::Ready);
+    adoptTable();
+}
+
+void SessionCore::onRefused(bool withError)
+{
+    if (withError)
+        fail({SessionError::Code::RegistrationFailed,
+              tr("The device server reports an error of the registration.")});
+    else
+        fail({SessionError::Code::RegistrationRejected,
+              tr("The device server rejects the registration.")});
+}
+
+void SessionCore::onRegistrationTimeout()
+{
+    const SessionError error(SessionError::Code::RegistrationTimedOut,
+                             tr("The device server does not answer the registration within %1 ms.")
+                                 .arg(m_options.registrationTimeoutMs));
+    if (!m_isComingBack) {
+        fail(error);
+        return;
+    }
+    // The link stays: a late answer is as good, and each new one would cost a connection.
+    qCDebug(sessionLog).noquote() << error.text;
+    comeBack();
+}
+
+void SessionCore::onLost(const QString &reason)
+{
+    if (m_state == State::Ready)
+        loseServer(reason);
+    else
+        loseAttempt(reason);
+}
+
+void SessionCore::loseAttempt(const QString &reason)
+{
+    qCDebug(sessionLog).noquote() << reason;
+    const bool wasSecondHand = m_link->isSecondHand();
+    dropLink();
+    if (wasSecondHand) {
+        m_attempt.start(0); // nobody need know that it went on with a dead connection
+        return;
+    }
+    setState(m_isComingBack ? State::Lost : State::Connecting);
+    retryLater();
+}
+
+void SessionCore::loseServer(const QString &reason)
+{
+    dropLink();
+    const SessionError error(SessionError::Code::ConnectionLost, reason);
+    m_hasLaunched = false;
+    m_delayMs = m_options.reconnect.firstDelayMs;
+    m_lastError = error;
+    announce([this, error] { Q_EMIT m_session->errorOccurred(error); });
+    comeBack();
+    m_replies.settleAll(error);
+}
+
+void SessionCore::comeBack()
+{
+    setState(State::Lost);
+    if (!m_options.reconnect.isOff())
+        retryLater();
+}
