@@ -18,16 +18,22 @@ constexpr qint64 LargestBacklog = 64LL * 1024 * 1024;
 
 } // namespace
 
-ClientConnection::ClientConnection(qintptr descriptor, int number, int latencyMs)
+ClientConnection::ClientConnection(qintptr descriptor, int number, FaultPlan *faults)
     : m_socket(new QLocalSocket(this))
-    , m_name(QStringLiteral("client %1").arg(number))
-    , m_requests(latencyMs)
+    , m_number(number)
+    , m_wire(faults)
 {
     m_socket->setReadBufferSize(BytesPerTurn);
     connect(m_socket, &QLocalSocket::readyRead, this, &ClientConnection::read);
     connect(m_socket, &QLocalSocket::disconnected, this, &ClientConnection::closed);
     connect(m_socket, &QLocalSocket::bytesWritten, this, &ClientConnection::goOn);
     connect(&m_requests, &RequestQueue::due, this, &ClientConnection::goOn, Qt::QueuedConnection);
+    connect(&m_wire, &FaultyWire::due, this, [this](const QByteArray &bytes) {
+        write(bytes);
+        push(); // the pieces are not to be put together again
+    });
+    connect(&m_wire, &FaultyWire::closing, m_socket, &QLocalSocket::disconnectFromServer);
+    connect(&m_wire, &FaultyWire::released, this, &ClientConnection::goOn);
     if (!m_socket->setSocketDescriptor(descriptor))
         QMetaObject::invokeMethod(this, &ClientConnection::closed, Qt::QueuedConnection);
 }
@@ -38,9 +44,14 @@ ClientConnection::~ClientConnection()
     m_socket->disconnect(this);
 }
 
+int ClientConnection::number() const
+{
+    return m_number;
+}
+
 QString ClientConnection::name() const
 {
-    return m_name;
+    return QStringLiteral("client %1").arg(m_number);
 }
 
 RequestQueue *ClientConnection::requests()
@@ -58,18 +69,66 @@ void ClientConnection::setRegistered(bool registered)
     m_isRegistered = registered;
 }
 
-void ClientConnection::send(int id, const QString &text)
+void ClientConnection::send(int id, const QString &text, const QString &key)
 {
     if (m_socket->state() != QLocalSocket::ConnectedState)
         return;
+    m_sent.add(id);
     if (ServerLog::isVerbose())
-        ServerLog::detail(QStringLiteral("to %1: %2 ").arg(m_name).arg(id)
+        ServerLog::detail(QStringLiteral("to %1: %2 ").arg(name()).arg(id)
                           + ServerLog::quoted(text));
-    m_socket->write(FrameCodec::encode(MessageBody::encode(id, text)));
-    if (m_socket->bytesToWrite() <= LargestBacklog)
-        return;
-    ServerLog::line(QStringLiteral("%1 does not read and is dropped").arg(m_name));
+    if (m_wire.isClear())
+        write(FrameCodec::encode(MessageBody::encode(id, text)));
+    else
+        m_wire.send({id, text, key});
+    dropIfItDoesNotRead();
+}
+
+void ClientConnection::sendBytes(const QByteArray &bytes)
+{
+    m_wire.sendBytes(bytes);
+    dropIfItDoesNotRead();
+}
+
+void ClientConnection::write(const QByteArray &bytes)
+{
+    if (m_socket->state() == QLocalSocket::ConnectedState)
+        m_socket->write(bytes);
+}
+
+void ClientConnection::stall(int ms)
+{
+    m_wire.stall(ms);
+}
+
+void ClientConnection::release()
+{
+    m_wire.release();
+}
+
+bool ClientConnection::isStalled() const
+{
+    return m_wire.isStalled();
+}
+
+void ClientConnection::drop()
+{
     m_socket->abort();
+}
+
+const MessageCounts &ClientConnection::received() const
+{
+    return m_received;
+}
+
+const MessageCounts &ClientConnection::sent() const
+{
+    return m_sent;
+}
+
+void ClientConnection::push()
+{
+    m_socket->flush();
 }
 
 void ClientConnection::flush(const QDeadlineTimer &deadline)
@@ -90,8 +149,11 @@ void ClientConnection::read()
 void ClientConnection::serve()
 {
     QByteArray body;
-    while (!isCongested() && m_reader.takeFrame(&body))
+    while (!isCongested() && m_reader.takeFrame(&body)) {
+        if (!body.isEmpty())
+            m_received.add(MessageBody::id(body));
         Q_EMIT bodyReceived(body);
+    }
     m_isPaused = isCongested();
     if (m_isPaused)
         return;
@@ -106,9 +168,22 @@ void ClientConnection::goOn()
         serve();
 }
 
+qint64 ClientConnection::unsentBytes() const
+{
+    return m_socket->bytesToWrite() + m_wire.waitingBytes();
+}
+
+void ClientConnection::dropIfItDoesNotRead()
+{
+    if (unsentBytes() <= LargestBacklog)
+        return;
+    ServerLog::line(QStringLiteral("%1 does not read and is dropped").arg(name()));
+    drop();
+}
+
 bool ClientConnection::isCongested() const
 {
-    return m_socket->bytesToWrite() > CongestionBytes
+    return m_wire.isStalled() || unsentBytes() > CongestionBytes
         || m_requests.waitingBytes() > CongestionBytes;
 }
 
@@ -121,7 +196,7 @@ void ClientConnection::passOverLongFrame()
         || length > LongestLength)
         return;
     ServerLog::line(QStringLiteral("%1 announces a frame of %2 bytes, over %3: it is passed over")
-                        .arg(m_name)
+                        .arg(name())
                         .arg(length)
                         .arg(LongestBody));
     m_bytesToPassOver = FrameCodec::LengthBytes + qint64(length) - m_reader.pendingBytes();

@@ -1,12 +1,15 @@
 #ifndef CLIENTCONNECTION_H
 #define CLIENTCONNECTION_H
 
+#include "FaultyWire.h"
 #include "FrameReader.h"
+#include "MessageCounts.h"
 #include "RequestQueue.h"
 
 #include <QObject>
 #include <QString>
 
+class FaultPlan;
 class QDeadlineTimer;
 class QLocalSocket;
 
@@ -19,10 +22,12 @@ class ClientConnection : public QObject
     Q_OBJECT
 
 public:
-    /// Takes over the connected socket \a descriptor. \a number tells clients apart in the log.
-    ClientConnection(qintptr descriptor, int number, int latencyMs);
+    /// Takes over the connected socket \a descriptor. \a number tells clients apart. \a faults,
+    /// which stays the caller's, befall what is sent.
+    ClientConnection(qintptr descriptor, int number, FaultPlan *faults);
     ~ClientConnection() override;
 
+    int number() const;
     QString name() const;
     RequestQueue *requests();
 
@@ -30,9 +35,25 @@ public:
     bool isRegistered() const;
     void setRegistered(bool registered);
 
-    /// Sends one message.
-    void send(int id, const QString &text = QString());
+    /// Sends one message. \a key is that of the equipment it is about, if any.
+    void send(int id, const QString &text = QString(), const QString &key = QString());
+    /// Sends bytes as they stand.
+    void sendBytes(const QByteArray &bytes);
 
+    /// Neither reads nor writes for that long, until `release` when \a ms is 0.
+    void stall(int ms);
+    void release();
+    bool isStalled() const;
+
+    /// Ends the connection at once.
+    void drop();
+
+    /// Messages that have come from the client, and that were to go to it.
+    const MessageCounts &received() const;
+    const MessageCounts &sent() const;
+
+    /// Hands what was sent to the system as far as it takes it.
+    void push();
     /// Blocks until everything sent has left, the client is gone or \a deadline is over.
     void flush(const QDeadlineTimer &deadline);
 
@@ -42,16 +63,22 @@ Q_SIGNALS:
     void closed();
 
 private:
+    void write(const QByteArray &bytes);
     void read();
     void serve();
     void goOn();
+    qint64 unsentBytes() const;
+    void dropIfItDoesNotRead();
     bool isCongested() const;
     void passOverLongFrame();
     QByteArray withoutPassedOver(QByteArray bytes);
 
     QLocalSocket *m_socket;
-    QString m_name;
+    int m_number;
+    FaultyWire m_wire;
     RequestQueue m_requests;
+    MessageCounts m_received;
+    MessageCounts m_sent;
     FrameReader m_reader;
     qint64 m_bytesToPassOver = 0;
     bool m_isPaused = false;

@@ -13,7 +13,23 @@ namespace {
 constexpr int FirstRequest = TarnEnum::RequestReadData;
 constexpr int LastRequest = TarnEnum::RequestWriteMemData;
 
-std::unique_ptr<PackageBase> newPackage(int messageId)
+} // namespace
+
+bool DeviceRequest::isRequest(int messageId)
+{
+    return messageId >= FirstRequest && messageId <= LastRequest;
+}
+
+std::unique_ptr<DeviceRequest> DeviceRequest::read(int messageId, const QString &text)
+{
+    std::unique_ptr<PackageBase> package = newPackage(messageId);
+    package->fromString(text);
+    if (package->getCommResult() == TarnEnum::BadReply)
+        return nullptr;
+    return std::unique_ptr<DeviceRequest>(new DeviceRequest(messageId, std::move(package)));
+}
+
+std::unique_ptr<PackageBase> DeviceRequest::newPackage(int messageId)
 {
     switch (messageId) {
     case TarnEnum::RequestReadData:
@@ -29,22 +45,6 @@ std::unique_ptr<PackageBase> newPackage(int messageId)
     default:
         return std::make_unique<PackageRequestWriteMemData>();
     }
-}
-
-} // namespace
-
-bool DeviceRequest::isRequest(int messageId)
-{
-    return messageId >= FirstRequest && messageId <= LastRequest;
-}
-
-std::unique_ptr<DeviceRequest> DeviceRequest::read(int messageId, const QString &text)
-{
-    std::unique_ptr<PackageBase> package = newPackage(messageId);
-    package->fromString(text);
-    if (package->getCommResult() == TarnEnum::BadReply)
-        return nullptr;
-    return std::unique_ptr<DeviceRequest>(new DeviceRequest(messageId, std::move(package)));
 }
 
 DeviceRequest::DeviceRequest(int messageId, std::unique_ptr<PackageBase> package)
@@ -71,9 +71,13 @@ TarnEnum::CommResults DeviceRequest::actOn(EquipmentRack *rack)
 {
     if (m_messageId == TarnEnum::RequestReadFile || m_messageId == TarnEnum::RequestWriteFile)
         return TarnEnum::Rejected;
-    EquipmentMemory *const memory = rack->memory(connectionKey());
-    if (memory == nullptr)
+    EquipmentUnit *const unit = rack->find(connectionKey());
+    if (unit == nullptr)
         return TarnEnum::NoEquipment;
+    const TarnEnum::CommResults result = unit->takeResult();
+    if (result != TarnEnum::Success)
+        return result;
+    EquipmentMemory *const memory = unit->memory();
     const EquipmentMemory::Place place{m_package->getPortAddr(), m_package->getScanBoardAddr(),
                                        quint32(m_package->getHighAddr()) << 16
                                            | m_package->getLowAddr()};

@@ -20,6 +20,9 @@ public:
     /// Empty when the text cannot be read as a whole. \a messageId must be a request's.
     static std::unique_ptr<DeviceRequest> read(int messageId, const QString &text);
 
+    /// An empty package of the kind that such a request is.
+    static std::unique_ptr<PackageBase> newPackage(int messageId);
+
     ~DeviceRequest();
 
     /// Acts on the equipment; afterwards the reply text tells how it went.

@@ -23,31 +23,56 @@ QString identity()
 
 } // namespace
 
-DeviceServer::DeviceServer(const ServerOptions &options,
-                           const QVector<EquipmentDescription> &equipment)
+DeviceServer::DeviceServer(const ServerOptions &options, const Scenario &scenario)
     : m_options(options)
-    , m_rack(equipment)
+    , m_rack(scenario.equipment, scenario.seed)
+    , m_faults(scenario.seed)
+    , m_equipmentEvents(&m_rack, &m_clients)
 {
     connect(&m_heartbeat, &QTimer::timeout, this, &DeviceServer::sendHeartbeats);
-    m_heartbeat.start(HeartbeatMs);
+    if (scenario.heartbeatMs > 0)
+        m_heartbeat.start(scenario.heartbeatMs);
     m_idleTimer.setSingleShot(true);
     connect(&m_idleTimer, &QTimer::timeout, this, &DeviceServer::idle);
     watchIdleness();
-    for (const EquipmentDescription &late : equipment) {
+    for (const Fault &fault : scenario.faults)
+        m_faults.add(fault);
+    for (const EquipmentDescription &late : scenario.equipment) {
         if (late.appearsAfterMs > 0)
-            QTimer::singleShot(late.appearsAfterMs, this, [this, late] { appear(late); });
+            QTimer::singleShot(late.appearsAfterMs, this,
+                               [this, key = late.key] { m_equipmentEvents.appear(key); });
     }
 }
 
-DeviceServer::~DeviceServer()
+void DeviceServer::setRegisterAnswer(RegisterAnswer answer)
 {
-    qDeleteAll(m_clients);
+    m_options.registerAnswer = answer;
+}
+
+EquipmentRack *DeviceServer::rack()
+{
+    return &m_rack;
+}
+
+EquipmentEvents *DeviceServer::equipmentEvents()
+{
+    return &m_equipmentEvents;
+}
+
+ClientGroup *DeviceServer::clients()
+{
+    return &m_clients;
+}
+
+FaultPlan *DeviceServer::faults()
+{
+    return &m_faults;
 }
 
 void DeviceServer::addClient(qintptr descriptor)
 {
-    auto *const client = new ClientConnection(descriptor, ++m_clientCount, m_options.latencyMs);
-    m_clients.append(client);
+    auto *const client = new ClientConnection(descriptor, ++m_clientCount, &m_faults);
+    m_clients.add(client);
     m_idleTimer.stop();
     ServerLog::detail(client->name() + QLatin1String(" has connected"));
     connect(client, &ClientConnection::bodyReceived, this,
@@ -59,10 +84,9 @@ void DeviceServer::addClient(qintptr descriptor)
 
 void DeviceServer::removeClient(ClientConnection *client)
 {
-    if (!m_clients.removeOne(client))
+    if (!m_clients.remove(client))
         return;
     ServerLog::detail(client->name() + QLatin1String(" has gone"));
-    client->deleteLater();
     watchIdleness();
 }
 
@@ -74,19 +98,21 @@ void DeviceServer::watchIdleness()
 
 void DeviceServer::sayGoodbye()
 {
-    const QList<ClientConnection *> clients = m_clients;
-    for (ClientConnection *const client : clients)
-        client->send(TarnEnum::Unregistered);
+    m_clients.tellAll(TarnEnum::Unregistered);
     const QDeadlineTimer deadline(GoodbyeMs); // for all: some may not read
+    const QList<ClientConnection *> clients = m_clients.all();
     for (ClientConnection *const client : clients)
         client->flush(deadline);
 }
 
+// A server that stalls does not save them up.
 void DeviceServer::sendHeartbeats()
 {
-    const QList<ClientConnection *> clients = m_clients;
-    for (ClientConnection *const client : clients)
-        client->send(TarnEnum::ServerAlive);
+    const QList<ClientConnection *> clients = m_clients.all();
+    for (ClientConnection *const client : clients) {
+        if (!client->isStalled())
+            client->send(TarnEnum::ServerAlive);
+    }
 }
 
 void DeviceServer::receive(ClientConnection *client, const QByteArray &body)
@@ -109,10 +135,10 @@ void DeviceServer::receive(ClientConnection *client, const QByteArray &body)
         registerClient(client);
         break;
     case TarnEnum::ConnectOneController:
-        connectOne(client, text);
+        m_equipmentEvents.connectController(text, client);
         break;
     case TarnEnum::ConnectAllControllers:
-        connectAll(client);
+        m_equipmentEvents.connectAll(client);
         break;
     case TarnEnum::CancelAllSends:
         cancel(client, [](const DeviceRequest &) { return true; });
@@ -137,63 +163,48 @@ void DeviceServer::receive(ClientConnection *client, const QByteArray &body)
 
 void DeviceServer::registerClient(ClientConnection *client)
 {
-    switch (m_options.registerAnswer) {
-    case ServerOptions::Answer::Accept:
+    switch (m_faults.takeRegisterAnswer().value_or(m_options.registerAnswer)) {
+    case RegisterAnswer::Accept:
         client->setRegistered(true);
         client->send(TarnEnum::RegisterSuccess, m_rack.tableText() + QLatin1Char(',') + Version);
         break;
-    case ServerOptions::Answer::Reject:
+    case RegisterAnswer::Reject:
         client->send(TarnEnum::RegisterRejected);
         break;
-    case ServerOptions::Answer::Error:
+    case RegisterAnswer::Error:
         client->send(TarnEnum::RegisterError);
         break;
-    case ServerOptions::Answer::Silent:
+    case RegisterAnswer::Silent:
         break;
     }
-}
-
-void DeviceServer::connectOne(ClientConnection *client, const QString &name)
-{
-    notify(TarnEnum::BeginConnectEquipment, name, client);
-    if (!m_rack.controllers().contains(name) || !m_rack.connectEquipment(name))
-        ServerLog::line(client->name() + QLatin1String(" asks for a controller that is not there: ")
-                        + ServerLog::quoted(name));
-    notify(TarnEnum::EquipmentChange, m_rack.tableText(), client);
-}
-
-void DeviceServer::connectAll(ClientConnection *client)
-{
-    notify(TarnEnum::BeginConnectAllController, QString(), client);
-    const QStringList controllers = m_rack.controllers();
-    for (const QString &controller : controllers)
-        notify(TarnEnum::BeginConnectEquipment, controller, client);
-    m_rack.connectAll();
-    notify(TarnEnum::CompleteConnectAllController, m_rack.tableText(), client);
 }
 
 void DeviceServer::queueRequest(ClientConnection *client, int id, const QString &text)
 {
     const RequestQueue::Request request = DeviceRequest::read(id, text);
-    if (request)
-        client->requests()->add(request, text.size());
-    else
+    if (!request) {
         ServerLog::line(
             QStringLiteral("%1 sent a request %2 that cannot be read").arg(client->name()).arg(id));
+        return;
+    }
+    EquipmentUnit *const unit = m_rack.find(request->connectionKey());
+    const int latencyMs
+        = unit != nullptr ? unit->takeLatencyMs(m_options.latencyMs) : m_options.latencyMs;
+    client->requests()->add(request, latencyMs, text.size());
 }
 
 void DeviceServer::carryOut(ClientConnection *client, const RequestQueue::Request &request)
 {
     request->carryOut(&m_rack);
-    client->send(request->replyType(), request->replyText());
-    if (!request->hasWritten())
-        return;
-    const QString broadcast = request->broadcastText();
-    const QList<ClientConnection *> clients = m_clients;
-    for (ClientConnection *const other : clients) {
-        if (other != client && other->isRegistered())
-            other->send(TarnEnum::BroadcastReply, broadcast);
-    }
+    reply(client, *request);
+    if (request->hasWritten())
+        m_clients.broadcast(TarnEnum::BroadcastReply, request->broadcastText(),
+                            request->connectionKey(), client);
+}
+
+void DeviceServer::reply(ClientConnection *client, const DeviceRequest &request)
+{
+    client->send(request.replyType(), request.replyText(), request.connectionKey());
 }
 
 void DeviceServer::cancel(ClientConnection *client,
@@ -202,7 +213,7 @@ void DeviceServer::cancel(ClientConnection *client,
     const std::vector<RequestQueue::Request> requests = client->requests()->take(isMeant);
     for (const RequestQueue::Request &request : requests) {
         request->cancel();
-        client->send(request->replyType(), request->replyText());
+        reply(client, *request);
     }
 }
 
@@ -211,40 +222,18 @@ void DeviceServer::takeOrder(ClientConnection *client, const QString &order)
     ServerLog::line(client->name() + QLatin1String(" orders ") + ServerLog::quoted(order));
     if (order != QLatin1String("identify"))
         return;
-    const QList<ClientConnection *> clients = m_clients;
-    for (ClientConnection *const each : clients)
-        each->send(TarnEnum::BroadcastReply, identity());
+    m_clients.tellAll(TarnEnum::BroadcastReply, identity());
 }
 
 void DeviceServer::setAutoConnect(ClientConnection *client, const QString &text)
 {
     if (text == QLatin1String("True"))
-        m_connectsByItself = true;
+        m_equipmentEvents.setConnectsByItself(true);
     else if (text == QLatin1String("False"))
-        m_connectsByItself = false;
+        m_equipmentEvents.setConnectsByItself(false);
     else
         ServerLog::line(
             client->name()
             + QLatin1String(" switches automatic connection to what is neither True nor False: ")
             + ServerLog::quoted(text));
-}
-
-void DeviceServer::appear(const EquipmentDescription &equipment)
-{
-    m_rack.appear(equipment.key);
-    if (m_connectsByItself) {
-        if (equipment.kind == EquipmentDescription::Kind::Controller)
-            notify(TarnEnum::BeginConnectEquipment, equipment.key);
-        m_rack.connectEquipment(equipment.key);
-    }
-    notify(TarnEnum::EquipmentChange, m_rack.tableText());
-}
-
-void DeviceServer::notify(int id, const QString &text, ClientConnection *asker)
-{
-    const QList<ClientConnection *> clients = m_clients;
-    for (ClientConnection *const client : clients) {
-        if (client == asker || client->isRegistered())
-            client->send(id, text);
-    }
 }

@@ -1,11 +1,14 @@
 #ifndef DEVICESERVER_H
 #define DEVICESERVER_H
 
+#include "ClientGroup.h"
+#include "EquipmentEvents.h"
 #include "EquipmentRack.h"
+#include "FaultPlan.h"
 #include "RequestQueue.h"
+#include "Scenario.h"
 #include "ServerOptions.h"
 
-#include <QList>
 #include <QObject>
 #include <QTimer>
 
@@ -17,8 +20,7 @@ class DeviceServer : public QObject
     Q_OBJECT
 
 public:
-    DeviceServer(const ServerOptions &options, const QVector<EquipmentDescription> &equipment);
-    ~DeviceServer() override;
+    DeviceServer(const ServerOptions &options, const Scenario &scenario);
 
     /// Serves the client at the socket \a descriptor, which the server owns from then on.
     void addClient(qintptr descriptor);
@@ -26,6 +28,14 @@ public:
     /// Tells every client that its registration ends; blocks until that has left, at most two
     /// seconds.
     void sayGoodbye();
+
+    void setRegisterAnswer(RegisterAnswer answer);
+
+    /// The server's parts, for who steers it.
+    EquipmentRack *rack();
+    EquipmentEvents *equipmentEvents();
+    ClientGroup *clients();
+    FaultPlan *faults();
 
 Q_SIGNALS:
     /// No client has been connected for as long as the options say.
@@ -38,24 +48,20 @@ private:
 
     void receive(ClientConnection *client, const QByteArray &body);
     void registerClient(ClientConnection *client);
-    void connectOne(ClientConnection *client, const QString &name);
-    void connectAll(ClientConnection *client);
     void queueRequest(ClientConnection *client, int id, const QString &text);
     void carryOut(ClientConnection *client, const RequestQueue::Request &request);
+    static void reply(ClientConnection *client, const DeviceRequest &request);
     void cancel(ClientConnection *client,
                 const std::function<bool(const DeviceRequest &)> &isMeant);
     void takeOrder(ClientConnection *client, const QString &order);
     void setAutoConnect(ClientConnection *client, const QString &text);
-    void appear(const EquipmentDescription &equipment);
-
-    /// Sends a notification to all registered clients and, registered or not, to \a asker.
-    void notify(int id, const QString &text, ClientConnection *asker = nullptr);
 
     ServerOptions m_options;
     EquipmentRack m_rack;
-    QList<ClientConnection *> m_clients;
+    FaultPlan m_faults;
+    ClientGroup m_clients;
+    EquipmentEvents m_equipmentEvents;
     int m_clientCount = 0;
-    bool m_connectsByItself = true;
     QTimer m_heartbeat;
     QTimer m_idleTimer;
 };

@@ -5,8 +5,9 @@
 
 #include <QByteArray>
 #include <QJsonObject>
-#include <QStringList>
 #include <QVector>
+
+class JsonFields;
 
 /// The equipment that the server simulates, from JSON:
 ///
@@ -18,13 +19,17 @@
 /// ]}
 /// \endcode
 ///
-/// `key` and `kind` are required, `controller` too for a scan board; the rest has defaults. Bad
-/// input is refused as a whole, with a reason that names the place.
+/// `key` and `kind` are required, `controller` too for a scan board; the rest has defaults, see
+/// docs/simulator.md. Bad input is refused as a whole, with a reason that names the place.
 class EquipmentConfig
 {
 public:
     /// Two controllers and three scan boards.
     static QVector<EquipmentDescription> builtIn();
+
+    /// The list `equipment` of an object that may hold other things; empty when it is not right.
+    /// Names of files in it are relative to \a folder.
+    static QVector<EquipmentDescription> readList(JsonFields *fields, const QString &folder);
 
     /// False when the file cannot be read or is not right; `error` then says what and where.
     bool readFile(const QString &fileName);
@@ -34,19 +39,7 @@ public:
     QString error() const;
 
 private:
-    bool readEntry(const QJsonObject &object, const QString &place);
-    bool readKey(const QJsonObject &object, const QString &place, QString *key);
-    bool readKind(const QJsonObject &object, const QString &place,
-                  EquipmentDescription *description);
-    bool readNumbers(const QJsonObject &object, const QString &place,
-                     EquipmentDescription *description);
-    bool checkNames(const QJsonObject &object, const QString &place, const QStringList &known);
-    bool readText(const QJsonObject &object, const QString &place, const QString &name,
-                  QString *text);
-    bool readNumber(const QJsonObject &object, const QString &place, const QString &name,
-                    int smallest, int largest, int *number);
-    bool checkControllers();
-    bool refuse(const QString &place, const QString &reason);
+    bool readObject(const QJsonObject &object, const QString &folder);
 
     QVector<EquipmentDescription> m_equipment;
     QString m_error;

@@ -27,9 +27,10 @@ public:
     /// end.
     bool write(const Place &place, const QByteArray &data);
 
-private:
+    /// Whether that many bytes from there on lie in one bank.
     bool contains(const Place &place, int length) const;
 
+private:
     int m_bytes;
     int m_ports;
     int m_scanBoards;

@@ -1,9 +1,9 @@
 #ifndef EQUIPMENTRACK_H
 #define EQUIPMENTRACK_H
 
-#include "EquipmentDescription.h"
-#include "EquipmentMemory.h"
+#include "EquipmentUnit.h"
 
+#include <QHash>
 #include <QStringList>
 #include <QVector>
 
@@ -11,41 +11,42 @@
 class EquipmentRack
 {
 public:
-    /// Equipment that appears later is not there yet.
-    explicit EquipmentRack(const QVector<EquipmentDescription> &descriptions);
+    /// Equipment that appears later is not there yet. What is random depends on \a seed alone.
+    explicit EquipmentRack(const QVector<EquipmentDescription> &descriptions, quint32 seed = 0);
 
     /// The equipment table as it travels, of what is there.
     QString tableText() const;
 
+    /// The keys of everything described, there or not.
+    QStringList keys() const;
+
     /// The keys of the controllers that are there.
     QStringList controllers() const;
 
-    /// Connects what has the key and, with a controller, the scan boards that belong to it. False
-    /// when it is not there.
-    bool connectEquipment(const QString &key);
+    /// Connects, or disconnects, what has the key and, with a controller, the scan boards that
+    /// belong to it. False when it is not there.
+    bool connectEquipment(const QString &key, bool connected = true);
 
-    /// Connects every controller that is there, with its scan boards.
-    void connectAll();
-
-    /// The equipment with that key is there from now on, not connected.
+    /// The equipment with that key is there from now on, not connected; with a controller also the
+    /// scan boards that went with it.
     void appear(const QString &key);
 
-    /// The memory of the equipment with that key; null when it is not there.
-    EquipmentMemory *memory(const QString &key);
+    /// The equipment with that key, with a controller also its scan boards, is not there any more.
+    /// Its memory stays.
+    void disappear(const QString &key);
+
+    /// The equipment with that key, there or not; null when none was described.
+    EquipmentUnit *described(const QString &key);
+
+    /// The same; null when it is not there.
+    EquipmentUnit *find(const QString &key);
 
 private:
-    struct Unit
-    {
-        EquipmentDescription description;
-        EquipmentMemory memory;
-        bool isThere;
-        bool isConnected;
-    };
+    QVector<EquipmentUnit *> boardsOf(const QString &controller);
 
-    Unit *find(const QString &key);
-
-    QVector<Unit> m_units;
+    QVector<EquipmentUnit> m_units;
     QHash<QString, int> m_indices;
+    QStringList m_goneBoards; // with their controller
 };
 
 #endif

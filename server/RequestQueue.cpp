@@ -2,24 +2,38 @@
 
 #include <algorithm>
 
-RequestQueue::RequestQueue(int latencyMs)
-    : m_latencyMs(latencyMs)
+RequestQueue::RequestQueue()
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &RequestQueue::emitDue);
 }
 
-void RequestQueue::add(const Request &request, qint64 bytes)
+void RequestQueue::add(const Request &request, int latencyMs, qint64 bytes)
 {
-    if (m_latencyMs == 0) {
+    QDeadlineTimer deadline(latencyMs, Qt::PreciseTimer);
+    const auto place = placeFor(*request, deadline);
+    const bool isFirst = place == m_entries.begin();
+    if (latencyMs == 0 && isFirst) {
         Q_EMIT due(request);
         return;
     }
-    m_entries.push_back({QDeadlineTimer(m_latencyMs, Qt::PreciseTimer), request, bytes});
+    if (!isFirst)
+        deadline = qMax(deadline, std::prev(place)->deadline);
+    m_entries.insert(place, {deadline, request, bytes});
     m_waitingBytes += bytes;
-    if (!m_timer.isActive())
-        startTimer();
+    startTimer();
+}
+
+// Behind whatever is due by then and behind the last request to the same equipment.
+RequestQueue::Entries::iterator RequestQueue::placeFor(const DeviceRequest &request,
+                                                       const QDeadlineTimer &deadline)
+{
+    auto place = m_entries.end();
+    while (place != m_entries.begin() && deadline < std::prev(place)->deadline
+           && std::prev(place)->request->connectionKey() != request.connectionKey())
+        --place;
+    return place;
 }
 
 qint64 RequestQueue::waitingBytes() const

@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-/// The requests of one client that wait until the simulated equipment gets to them, in order.
+/// The requests of one client that wait until the simulated equipment gets to them.
 class RequestQueue : public QObject
 {
     Q_OBJECT
@@ -20,12 +20,12 @@ class RequestQueue : public QObject
 public:
     using Request = std::shared_ptr<DeviceRequest>;
 
-    /// Each request is due \a latencyMs after it was added; without latency at once, before `add`
-    /// returns.
-    explicit RequestQueue(int latencyMs);
+    RequestQueue();
 
-    /// \a bytes is what the request takes up while it waits.
-    void add(const Request &request, qint64 bytes);
+    /// Has the request due after \a latencyMs, and after the earlier ones to the same equipment;
+    /// when both is the case at once, before `add` returns. \a bytes is what the request takes up
+    /// while it waits.
+    void add(const Request &request, int latencyMs, qint64 bytes);
 
     /// What all waiting requests take up.
     qint64 waitingBytes() const;
@@ -44,12 +44,14 @@ private:
         qint64 bytes;
     };
 
+    using Entries = std::deque<Entry>;
+
+    Entries::iterator placeFor(const DeviceRequest &request, const QDeadlineTimer &deadline);
     void emitDue();
     void startTimer();
 
-    int m_latencyMs;
     QTimer m_timer;
-    std::deque<Entry> m_entries;
+    Entries m_entries; // in the order in which they are due
     qint64 m_waitingBytes = 0;
 };
 

@@ -1,31 +1,33 @@
 #include "ServerOptions.h"
 
 #include <QCommandLineParser>
-#include <QMap>
 
 #include <limits>
 
 namespace {
 
-const QString Description = QStringLiteral("A simulated device server: listens on the local socket "
-                                           "\"tarnSver\" in the temporary folder and\n"
-                                           "answers for equipment that exists in its memory only. "
-                                           "Prints \"listening\" and the socket's path\n"
-                                           "when it is ready. SIGTERM or SIGINT ends it.\n\n"
-                                           "Exit codes: 0 ended as asked, 1 cannot listen, 2 bad "
-                                           "option or configuration, 3 another server\n"
-                                           "serves the socket.");
-
-const QMap<QString, ServerOptions::Answer> Answers{
-    {QStringLiteral("accept"), ServerOptions::Answer::Accept},
-    {QStringLiteral("reject"), ServerOptions::Answer::Reject},
-    {QStringLiteral("error"), ServerOptions::Answer::Error},
-    {QStringLiteral("silent"), ServerOptions::Answer::Silent},
-};
+const QString Description
+    = QStringLiteral("A simulated device server: listens on the local socket "
+                     "\"tarnSver\" in the temporary folder and\n"
+                     "answers for equipment that exists in its memory only. "
+                     "Prints \"listening\" and the socket's path\n"
+                     "when it is ready, then \"control\" and that socket's path when "
+                     "there is one. SIGTERM or SIGINT\nends it.\n\n"
+                     "Exit codes: 0 ended as asked, 1 cannot listen, 2 bad "
+                     "option or configuration, 3 another server\n"
+                     "serves the socket.");
 
 const QCommandLineOption ConfigOption(QStringLiteral("config"),
                                       QStringLiteral("Take the equipment from this JSON file."),
                                       QStringLiteral("file"));
+const QCommandLineOption
+    ScenarioOption(QStringLiteral("scenario"),
+                   QStringLiteral("Play this JSON file: equipment, timeline, faults."),
+                   QStringLiteral("file"));
+const QCommandLineOption
+    ControlOption(QStringLiteral("control"),
+                  QStringLiteral("Take commands, one JSON object a line, on this local socket."),
+                  QStringLiteral("name"));
 const QCommandLineOption LatencyOption(QStringLiteral("latency"),
                                        QStringLiteral("Act on each request after this many ms."),
                                        QStringLiteral("ms"), QStringLiteral("0"));
@@ -60,8 +62,8 @@ ServerOptionsReader::Outcome ServerOptionsReader::read(const QStringList &argume
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(Description);
-    parser.addOptions({ConfigOption, LatencyOption, RegisterOption, IdleOption, VerboseOption,
-                       VersionOption, HelpOption});
+    parser.addOptions({ConfigOption, ScenarioOption, ControlOption, LatencyOption, RegisterOption,
+                       IdleOption, VerboseOption, VersionOption, HelpOption});
     if (!parser.parse(arguments))
         return refuse(parser.errorText());
     if (parser.isSet(HelpOption)) {
@@ -77,18 +79,23 @@ ServerOptionsReader::Outcome ServerOptionsReader::read(const QStringList &argume
                           .arg(parser.positionalArguments().constFirst()));
 
     m_options.isVerbose = parser.isSet(VerboseOption);
-    m_options.configFile = parser.value(ConfigOption);
-    if (parser.isSet(ConfigOption) && m_options.configFile.isEmpty())
-        return refuse(QStringLiteral("--config needs the name of a file."));
+    if (!readName(parser, ConfigOption, &m_options.configFile)
+        || !readName(parser, ScenarioOption, &m_options.scenarioFile)
+        || !readName(parser, ControlOption, &m_options.controlName))
+        return Outcome::Refuse;
+    if (!m_options.configFile.isEmpty() && !m_options.scenarioFile.isEmpty())
+        return refuse(QStringLiteral("--config cannot stand beside --scenario, which has the "
+                                     "equipment too."));
     const QString latency = parser.value(LatencyOption);
     if (!readNumber(latency, 0, 3600 * 1000, &m_options.latencyMs))
         return refuse(
             QStringLiteral("--latency takes 0 to 3600000 milliseconds, not '%1'.").arg(latency));
     const QString answer = parser.value(RegisterOption);
-    if (!Answers.contains(answer))
+    const int answerIndex = registerAnswerNames().indexOf(answer);
+    if (answerIndex < 0)
         return refuse(QStringLiteral("--register takes accept, reject, error or silent, not '%1'.")
                           .arg(answer));
-    m_options.registerAnswer = Answers.value(answer);
+    m_options.registerAnswer = static_cast<RegisterAnswer>(answerIndex);
     const QString idle = parser.value(IdleOption);
     if (parser.isSet(IdleOption)
         && !readNumber(idle, 1, 1000 * 1000, &m_options.exitWhenIdleSeconds))
@@ -105,6 +112,16 @@ const ServerOptions &ServerOptionsReader::options() const
 QString ServerOptionsReader::text() const
 {
     return m_text;
+}
+
+bool ServerOptionsReader::readName(const QCommandLineParser &parser,
+                                   const QCommandLineOption &option, QString *name)
+{
+    *name = parser.value(option);
+    if (!parser.isSet(option) || !name->isEmpty())
+        return true;
+    refuse(QStringLiteral("--%1 needs a name.").arg(option.names().constFirst()));
+    return false;
 }
 
 ServerOptionsReader::Outcome ServerOptionsReader::refuse(const QString &reason)

@@ -1,17 +1,22 @@
 #ifndef SERVEROPTIONS_H
 #define SERVEROPTIONS_H
 
+#include "RegisterAnswer.h"
+
 #include <QString>
 #include <QStringList>
+
+class QCommandLineOption;
+class QCommandLineParser;
 
 /// What the command line says.
 struct ServerOptions
 {
-    enum class Answer { Accept, Reject, Error, Silent };
-
     QString configFile; ///< empty for the built-in equipment
+    QString scenarioFile; ///< empty for none
+    QString controlName; ///< of the control channel's socket; empty for none
     int latencyMs = 0; ///< how long each request waits before it is acted on
-    Answer registerAnswer = Answer::Accept;
+    RegisterAnswer registerAnswer = RegisterAnswer::Accept;
     int exitWhenIdleSeconds = 0; ///< 0 for never
     bool isVerbose = false;
 };
@@ -33,6 +38,8 @@ public:
     QString text() const;
 
 private:
+    bool readName(const QCommandLineParser &parser, const QCommandLineOption &option,
+                  QString *name);
     Outcome refuse(const QString &reason);
 
     ServerOptions m_options;

@@ -18,7 +18,6 @@
 
 namespace {
 
-const QString SocketName = QStringLiteral("tarnSver");
 constexpr int AcceptPauseMs = 100;
 
 sockaddr_un addressOf(const QString &path)
@@ -50,8 +49,8 @@ QString reason(int error)
 
 } // namespace
 
-ServerSocket::ServerSocket()
-    : m_path(QDir::tempPath() + QLatin1Char('/') + SocketName) // where QLocalSocket looks for it
+ServerSocket::ServerSocket(const QString &name)
+    : m_path(name.startsWith(QLatin1Char('/')) ? name : QDir::tempPath() + QLatin1Char('/') + name)
     , m_lock(m_path + QLatin1String(".lock"))
 {
     m_lock.setStaleLockTime(0); // a lock is stale when its process is gone, however old it is

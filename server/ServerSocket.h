@@ -7,7 +7,7 @@
 
 class QSocketNotifier;
 
-/// Listens on the local socket "tarnSver" in the temporary folder, for this user only.
+/// Listens on a local socket, for this user only.
 ///
 /// A lock file beside the socket says who serves it. A socket file that a crash left behind is
 /// replaced; a living server's is never touched. It does its own accepting because QLocalServer
@@ -19,7 +19,9 @@ class ServerSocket : public QObject
 public:
     enum class Outcome { Listening, Occupied, Failed };
 
-    ServerSocket();
+    /// A bare name lies in the temporary folder, an absolute path is taken as it is: where
+    /// QLocalSocket looks for it.
+    explicit ServerSocket(const QString &name);
     /// Stops listening and removes the socket file and the lock.
     ~ServerSocket() override;
 

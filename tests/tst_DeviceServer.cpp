@@ -1,4 +1,5 @@
 #include "RawClient.h"
+#include "RequestText.h"
 #include "ServerProcess.h"
 #include "TestMain.h"
 #include "Waiting.h"
@@ -6,39 +7,6 @@
 
 #include <QFile>
 #include <QTest>
-
-namespace {
-
-using Fields = QList<QPair<QByteArray, QByteArray>>;
-
-QByteArray readText(const QByteArray &serial, const QByteArray &key, int address, int length,
-                    const Fields &more = Fields())
-{
-    return fieldText(Fields{{"serialNum", serial},
-                            {"readWriteCode", "0"},
-                            {"serverConnectionKey", key.toPercentEncoding()},
-                            {"highAddr", QByteArray::number(address >> 16)},
-                            {"lowAddr", QByteArray::number(address & 0xFFFF)},
-                            {"readLength", QByteArray::number(length)}}
-                     + more);
-}
-
-QByteArray writeText(const QByteArray &serial, const QByteArray &key, int address,
-                     const QByteArray &data, const Fields &more = Fields())
-{
-    return fieldText(Fields{{"serialNum", serial},
-                            {"readWriteCode", "1"},
-                            {"serverConnectionKey", key.toPercentEncoding()},
-                            {"highAddr", QByteArray::number(address >> 16)},
-                            {"lowAddr", QByteArray::number(address & 0xFFFF)},
-                            {"data", data.toBase64()}}
-                     + more);
-}
-
-const Fields MemDataKind{{"clientPackageType", "2"}};
-const Fields FileKind{{"clientPackageType", "1"}};
-
-} // namespace
 
 class tst_DeviceServer : public QObject
 {

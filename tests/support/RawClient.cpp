@@ -7,8 +7,10 @@
 
 RawClient::RawClient()
 {
-    connect(&m_socket, &QLocalSocket::readyRead, this,
-            [this] { m_received += m_socket.readAll(); });
+    connect(&m_socket, &QLocalSocket::readyRead, this, [this] {
+        m_pieces.append(m_socket.readAll());
+        m_received += m_pieces.constLast();
+    });
 }
 
 bool RawClient::connectToServer()
@@ -31,6 +33,16 @@ void RawClient::sendBytes(const QByteArray &bytes)
 void RawClient::send(int id, const QByteArray &text)
 {
     sendBytes(WireBytes::message(id, text));
+}
+
+QByteArray RawClient::received() const
+{
+    return m_received;
+}
+
+QList<QByteArray> RawClient::pieces() const
+{
+    return m_pieces;
 }
 
 int RawClient::receivedBytes() const
@@ -74,6 +86,7 @@ QList<int> RawClient::ids() const
 void RawClient::clear()
 {
     m_received.clear();
+    m_pieces.clear();
 }
 
 bool RawClient::registerAtServer()

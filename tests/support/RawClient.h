@@ -22,6 +22,9 @@ public:
     /// Writes one message.
     void send(int id, const QByteArray &text = QByteArray());
 
+    /// Everything that has arrived, and in what pieces it was read.
+    QByteArray received() const;
+    QList<QByteArray> pieces() const;
     int receivedBytes() const;
     QList<QByteArray> bodies() const;
     /// The texts of the messages with that identifier, in order.
@@ -41,6 +44,7 @@ public:
 private:
     QLocalSocket m_socket;
     QByteArray m_received;
+    QList<QByteArray> m_pieces;
 };
 
 /// A request text with these fields, in this order.

@@ -1,0 +1,148 @@
+#include "FaultyWire.h"
+
+#include "FaultPlan.h"
+#include "ServerLog.h"
+
+#include <algorithm>
+
+#include <unistd.h>
+
+namespace {
+
+using Kind = Fault::Kind;
+
+} // namespace
+
+FaultyWire::FaultyWire(FaultPlan *plan)
+    : m_plan(plan)
+{
+    for (QTimer *const timer : {&m_pause, &m_holdLimit, &m_stallLimit}) {
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+    }
+    connect(&m_pause, &QTimer::timeout, this, &FaultyWire::advance);
+    connect(&m_holdLimit, &QTimer::timeout, this, &FaultyWire::sendHeld);
+    connect(&m_stallLimit, &QTimer::timeout, this, &FaultyWire::release);
+}
+
+bool FaultyWire::isClear() const
+{
+    return m_plan->isEmpty() && m_waiting.empty() && !m_isStalled;
+}
+
+void FaultyWire::send(const OutgoingMessage &message)
+{
+    const QVector<Fault> faults = m_plan->take(message);
+    const QVector<WirePiece> pieces = FaultyFrame::pieces(message, faults);
+    for (const Fault &fault : faults) {
+        ServerLog::detail(QStringLiteral("a fault befalls message %1").arg(message.id));
+        if (fault.kind() == Kind::Exit)
+            _exit(static_cast<int>(fault.parameter("code")));
+        if (fault.kind() == Kind::Stall)
+            stall(static_cast<int>(fault.parameter("ms")));
+        if (fault.kind() == Kind::Reorder || fault.kind() == Kind::Coalesce) {
+            hold(pieces, fault);
+            return;
+        }
+    }
+    append(pieces);
+}
+
+void FaultyWire::sendBytes(const QByteArray &bytes)
+{
+    append({{bytes}});
+}
+
+void FaultyWire::stall(int ms)
+{
+    m_isStalled = true;
+    m_stallLimit.stop();
+    if (ms > 0)
+        m_stallLimit.start(ms);
+}
+
+void FaultyWire::release()
+{
+    m_stallLimit.stop();
+    if (!m_isStalled)
+        return;
+    m_isStalled = false;
+    advance();
+    Q_EMIT released();
+}
+
+bool FaultyWire::isStalled() const
+{
+    return m_isStalled;
+}
+
+qint64 FaultyWire::waitingBytes() const
+{
+    return m_waitingBytes;
+}
+
+void FaultyWire::hold(const QVector<WirePiece> &message, const Fault &fault)
+{
+    if (m_held.isEmpty())
+        m_holdLimit.start(static_cast<int>(fault.parameter("ms")));
+    m_held.append(message);
+    m_reversesHeld = fault.kind() == Kind::Reorder;
+    if (m_held.size() >= fault.parameter("frames"))
+        sendHeld();
+}
+
+void FaultyWire::sendHeld()
+{
+    m_holdLimit.stop();
+    QVector<QVector<WirePiece>> messages;
+    messages.swap(m_held);
+    if (m_reversesHeld) {
+        std::reverse(messages.begin(), messages.end());
+        for (const QVector<WirePiece> &message : qAsConst(messages))
+            append(message);
+        return;
+    }
+    QByteArray together;
+    for (const QVector<WirePiece> &message : qAsConst(messages)) {
+        for (const WirePiece &piece : message)
+            together += piece.bytes;
+    }
+    sendBytes(together);
+}
+
+void FaultyWire::append(const QVector<WirePiece> &pieces)
+{
+    for (const WirePiece &piece : pieces) {
+        m_waiting.push_back({piece, QDeadlineTimer(piece.delayMs, Qt::PreciseTimer)});
+        m_waitingBytes += piece.bytes.size();
+    }
+    advance();
+}
+
+void FaultyWire::advance()
+{
+    while (!m_isStalled && !m_waiting.empty() && isFrontDue()) {
+        const WirePiece piece = m_waiting.front().piece;
+        m_waiting.pop_front();
+        m_waitingBytes -= piece.bytes.size();
+        Q_EMIT due(piece.bytes);
+        if (!piece.closes)
+            continue;
+        m_waiting.clear();
+        m_waitingBytes = 0;
+        Q_EMIT closing();
+    }
+}
+
+// Otherwise the timer runs that makes it so.
+bool FaultyWire::isFrontDue()
+{
+    if (m_pause.isActive())
+        return false;
+    Waiting &front = m_waiting.front();
+    const int wait = qMax(static_cast<int>(front.deadline.remainingTime()), front.piece.pauseMs);
+    front.piece.pauseMs = 0;
+    if (wait > 0)
+        m_pause.start(wait);
+    return wait <= 0;
+}

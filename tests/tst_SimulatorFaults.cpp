@@ -1,0 +1,438 @@
+#include "RawClient.h"
+#include "RequestText.h"
+#include "SteeredServer.h"
+#include "TestMain.h"
+#include "Waiting.h"
+#include "WireBytes.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QTest>
+
+class tst_SimulatorFaults : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void changesTheBytesOfAReply_data();
+    void changesTheBytesOfAReply();
+    void dropsTheReplyOnce();
+    void dropsUntilItIsCleared();
+    void clearsOneFaultByItsNumber();
+    void keepsToTheMessagesThatAreMeant_data();
+    void keepsToTheMessagesThatAreMeant();
+    void delaysAReplyAndWhatFollowsIt();
+    void delaysByAnythingUpToTheJitter();
+    void dripsByteByByte();
+    void cutsAFrameInTwo();
+    void sendsSeveralFramesInOneWrite();
+    void sendsRepliesOutOfOrder();
+    void sendsWhatItHoldsWhenNothingFollows();
+    void closesInTheMiddleOfAFrame();
+    void sendsABroadcastWithoutAComma();
+    void stallsForATime();
+    void stallsAtAReplyUntilReleased();
+    void answersRegistrationsAsTold_data();
+    void answersRegistrationsAsTold();
+    void exitsWithoutAWord();
+    void putsFaultsTogether();
+    void keepsOthersFreeOfAPieceThatWaits();
+    void dropsAStalledClientForWhomTooMuchWaits();
+
+private:
+    /// Sends a read request.
+    void ask(int serial, const QByteArray &key = "COM1");
+    /// Whether an answer to a further request comes: what is missing then will not come any more.
+    bool isServed(RawClient *client);
+    /// The serial numbers of the replies that have arrived.
+    QList<QByteArray> serials() const;
+
+    QScopedPointer<SteeredServer> m_server;
+    QScopedPointer<RawClient> m_client;
+};
+
+void tst_SimulatorFaults::init()
+{
+    m_server.reset(new SteeredServer);
+    m_client.reset(new RawClient);
+    // No heartbeat comes between what a test looks at.
+    const QString scenario
+        = SteeredServer::written(QStringLiteral("quiet.json"), R"({"heartbeat":0})");
+    QVERIFY2(m_server->start({QStringLiteral("--scenario"), scenario}),
+             qPrintable(m_server->process.errors()));
+    QVERIFY(m_client->registerAtServer());
+    m_client->clear();
+}
+
+void tst_SimulatorFaults::cleanup()
+{
+    m_client.reset();
+    if (m_server->process.isRunning())
+        QVERIFY2(m_server->end(), qPrintable(m_server->process.errors()));
+    m_server.reset();
+}
+
+void tst_SimulatorFaults::ask(int serial, const QByteArray &key)
+{
+    m_client->send(7, readText(QByteArray::number(serial), key, 0, 1));
+}
+
+bool tst_SimulatorFaults::isServed(RawClient *client)
+{
+    const int before = client->count(18);
+    client->send(14, "identify");
+    return QTest::qWaitFor([&] { return client->count(18) > before; }, WaitLimitMs);
+}
+
+QList<QByteArray> tst_SimulatorFaults::serials() const
+{
+    QList<QByteArray> serials;
+    const QList<QByteArray> replies = m_client->texts(11);
+    for (const QByteArray &reply : replies)
+        serials.append(fieldsOf(reply).value("serialNum"));
+    return serials;
+}
+
+void tst_SimulatorFaults::changesTheBytesOfAReply_data()
+{
+    QTest::addColumn<QByteArray>("fault");
+    QTest::addColumn<QByteArray>("bytes");
+    const QByteArray text(
+        "serialNum=7;readWriteCode=0;clientPackageType=0;serverConnectionKey=COM1;"
+        "deviceType=0;portAddr=0;scanBoardAddr=0;desAddr=0;scrAddr=0;highAddr=0;"
+        "lowAddr=0;reserved2=0;timeout=0;tag=;commResult=0;dataLength=1;data=AA==");
+    const QByteArray body = WireBytes::body(11, text);
+    const auto withLength = [&](quint32 length) { return WireBytes::lengthField(length) + body; };
+    const auto row = [](const char *name, const char *fault, const QByteArray &bytes) {
+        QTest::newRow(name) << QByteArray(fault) << bytes;
+    };
+    row("none", "", WireBytes::frame(body));
+    QByteArray other = text;
+    row("wrong serial number", R"("fault":"wrongSerial")",
+        WireBytes::message(11, other.replace("serialNum=7;", "serialNum=8;")));
+    other = text;
+    row("serial number below 0", R"("fault":"wrongSerial","difference":-8)",
+        WireBytes::message(11, other.replace("serialNum=7;", "serialNum=18446744073709551615;")));
+    row("unknown identifier", R"("fault":"unknownIdentifier")", WireBytes::message(99, text));
+    row("a chosen identifier", R"("fault":"unknownIdentifier","id":255)",
+        WireBytes::message(255, text));
+    row("empty body", R"("fault":"emptyBody")", WireBytes::frame(""));
+    row("sent twice", R"("fault":"repeat")", WireBytes::frame(body) + WireBytes::frame(body));
+    row("length one too large", R"("fault":"length")",
+        withLength(static_cast<quint32>(body.size()) + 1));
+    row("length too small", R"("fault":"length","difference":-3)",
+        withLength(static_cast<quint32>(body.size()) - 3));
+    row("length 0", R"("fault":"length","field":0)", withLength(0));
+    row("largest length", R"("fault":"length","field":2147483647)", withLength(0x7FFFFFFFU));
+    row("smallest endless length", R"("fault":"length","field":2147483648)",
+        withLength(0x80000000U));
+    row("largest endless length", R"("fault":"length","field":4294967291)",
+        withLength(0xFFFFFFFBU));
+    row("first wrapping length", R"("fault":"length","field":4294967292)", withLength(0xFFFFFFFCU));
+    row("second wrapping length", R"("fault":"length","field":4294967293)",
+        withLength(0xFFFFFFFDU));
+    row("third wrapping length", R"("fault":"length","field":4294967294)", withLength(0xFFFFFFFEU));
+    row("fourth wrapping length", R"("fault":"length","field":4294967295)",
+        withLength(0xFFFFFFFFU));
+}
+
+void tst_SimulatorFaults::changesTheBytesOfAReply()
+{
+    QFETCH(QByteArray, fault);
+    QFETCH(QByteArray, bytes);
+    if (!fault.isEmpty())
+        QVERIFY(m_server->control.tell(R"({"do":"fault",)" + fault + '}'));
+    ask(7);
+    m_client->send(14, "identify"); // a sound message behind it
+    QTRY_VERIFY_WITH_TIMEOUT(m_client->received().endsWith(",18"), WaitLimitMs);
+    QCOMPARE(m_client->received().left(bytes.size()), bytes);
+    const QList<QByteArray> rest = WireBytes::payloads(m_client->received().mid(bytes.size()));
+    QCOMPARE(rest.size(), 1);
+    QCOMPARE(rest.constFirst().at(0), char(18));
+}
+
+void tst_SimulatorFaults::dropsTheReplyOnce()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"drop"})"));
+    ask(1);
+    ask(2);
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), QList<QByteArray>{"2"}, WaitLimitMs);
+}
+
+void tst_SimulatorFaults::dropsUntilItIsCleared()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"drop","count":"always"})"));
+    for (int serial = 1; serial <= 20; ++serial)
+        ask(serial);
+    QVERIFY(isServed(m_client.data()));
+    QCOMPARE(m_client->count(11), 0);
+    QVERIFY(m_server->control.tell(R"({"do":"clear"})"));
+    ask(21);
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), QList<QByteArray>{"21"}, WaitLimitMs);
+}
+
+void tst_SimulatorFaults::clearsOneFaultByItsNumber()
+{
+    const QJsonObject first
+        = m_server->control.call(R"({"do":"fault","fault":"drop","count":0,"key":"COM1"})");
+    const QJsonObject second
+        = m_server->control.call(R"({"do":"fault","fault":"emptyBody","count":3,"key":"COM1/1"})");
+    QVERIFY(m_server->control.tell(R"({"do":"clear","number":1})"));
+    QCOMPARE(first.value(QLatin1String("number")).toInt(), 1);
+    QCOMPARE(second.value(QLatin1String("number")).toInt(), 2);
+    ask(1);
+    ask(2, "COM1/1");
+    QTRY_VERIFY_WITH_TIMEOUT(m_client->received().endsWith(WireBytes::frame("")), WaitLimitMs);
+    QCOMPARE(m_client->count(11), 1);
+    const QJsonArray left
+        = m_server->control.call(R"({"do":"faults"})").value(QLatin1String("faults")).toArray();
+    QCOMPARE(left.size(), 1);
+    QCOMPARE(left.at(0).toObject().value(QLatin1String("number")).toInt(), 2);
+    QCOMPARE(left.at(0).toObject().value(QLatin1String("left")).toInt(), 2);
+    QCOMPARE(left.at(0).toObject().value(QLatin1String("fault")).toString(),
+             QStringLiteral("emptyBody"));
+}
+
+void tst_SimulatorFaults::keepsToTheMessagesThatAreMeant_data()
+{
+    QTest::addColumn<QByteArray>("filter");
+    QTest::addColumn<QList<int>>("ids");
+    // Each asks for a read of COM1, a write to COM1/1, a connection and an order.
+    QTest::newRow("replies when nothing is said") << QByteArray() << QList<int>{5, 9, 18};
+    QTest::newRow("replies") << QByteArray(R"(,"messages":"replies")") << QList<int>{5, 9, 18};
+    QTest::newRow("notifications")
+        << QByteArray(R"(,"messages":"notifications")") << QList<int>{11, 14, 18};
+    QTest::newRow("broadcasts") << QByteArray(R"(,"messages":"broadcasts","count":1)")
+                                << QList<int>{11, 14, 5, 9, 18};
+    QTest::newRow("certain identifiers") << QByteArray(R"(,"ids":[14,9])") << QList<int>{11, 5, 18};
+    QTest::newRow("replies of one key")
+        << QByteArray(R"(,"key":"COM1/1")") << QList<int>{11, 5, 9, 18};
+    QTest::newRow("everything of one key")
+        << QByteArray(R"(,"key":"COM1","messages":"all")") << QList<int>{14, 18};
+}
+
+void tst_SimulatorFaults::keepsToTheMessagesThatAreMeant()
+{
+    QFETCH(QByteArray, filter);
+    QFETCH(QList<int>, ids);
+    const QByteArray count = filter.contains("count") ? "" : R"(,"count":0)";
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"drop")" + count + filter + '}'));
+    if (filter.contains("broadcasts"))
+        m_client->send(14, "identify"); // used up by this one
+    ask(1);
+    m_client->send(10, writeText("2", "COM1/1", 0, "x"));
+    m_client->send(3, "COM1");
+    QVERIFY(isServed(m_client.data()));
+    QCOMPARE(m_client->ids(), ids);
+}
+
+void tst_SimulatorFaults::delaysAReplyAndWhatFollowsIt()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"delay","ms":200})"));
+    QElapsedTimer timer;
+    timer.start();
+    ask(1);
+    ask(2);
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), (QList<QByteArray>{"1", "2"}), WaitLimitMs);
+    QVERIFY(timer.elapsed() >= 200);
+}
+
+void tst_SimulatorFaults::delaysByAnythingUpToTheJitter()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"jitter","ms":60,"count":30})"));
+    QElapsedTimer timer;
+    timer.start();
+    for (int serial = 1; serial <= 30; ++serial)
+        ask(serial);
+    QTRY_COMPARE_WITH_TIMEOUT(m_client->count(11), 30, WaitLimitMs);
+    // The seed is fixed, and the longest of these delays is far over 20 ms.
+    QVERIFY(timer.elapsed() >= 20);
+    QCOMPARE(serials().constFirst(), QByteArray("1"));
+    QCOMPARE(serials().constLast(), QByteArray("30"));
+}
+
+void tst_SimulatorFaults::dripsByteByByte()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"drip","ms":2})"));
+    QElapsedTimer timer;
+    timer.start();
+    ask(1);
+    QTRY_COMPARE_WITH_TIMEOUT(m_client->count(11), 1, WaitLimitMs);
+    QVERIFY(timer.elapsed() >= 2 * (m_client->receivedBytes() - 1));
+    QVERIFY(m_client->pieces().size() > 1);
+}
+
+void tst_SimulatorFaults::cutsAFrameInTwo()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"cut","at":10,"ms":1000})"));
+    QElapsedTimer timer;
+    timer.start();
+    ask(1);
+    ask(2); // waits behind it
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), (QList<QByteArray>{"1", "2"}), WaitLimitMs);
+    QVERIFY(timer.elapsed() >= 1000);
+    QCOMPARE(m_client->pieces().constFirst().size(), 10);
+}
+
+void tst_SimulatorFaults::sendsSeveralFramesInOneWrite()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"coalesce","frames":3,"ms":600000})"));
+    ask(1);
+    ask(2);
+    QVERIFY(isServed(m_client.data()));
+    QCOMPARE(m_client->ids(), QList<int>{18});
+    m_client->clear();
+    ask(3);
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), (QList<QByteArray>{"1", "2", "3"}), WaitLimitMs);
+    QCOMPARE(m_client->pieces().size(), 1);
+    ask(4);
+    QTRY_COMPARE_WITH_TIMEOUT(m_client->count(11), 4, WaitLimitMs);
+}
+
+void tst_SimulatorFaults::sendsRepliesOutOfOrder()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"reorder","frames":3,"ms":600000})"));
+    for (int serial = 1; serial <= 4; ++serial)
+        ask(serial);
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), (QList<QByteArray>{"3", "2", "1", "4"}), WaitLimitMs);
+}
+
+void tst_SimulatorFaults::sendsWhatItHoldsWhenNothingFollows()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"reorder","frames":3,"ms":50})"));
+    ask(1);
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), QList<QByteArray>{"1"}, WaitLimitMs);
+}
+
+void tst_SimulatorFaults::closesInTheMiddleOfAFrame()
+{
+    RawClient other;
+    QVERIFY(other.registerAtServer());
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"close","at":9})"));
+    ask(1);
+    QTRY_VERIFY_WITH_TIMEOUT(!m_client->isConnected(), WaitLimitMs);
+    QCOMPARE(m_client->receivedBytes(), 9);
+    QVERIFY(isServed(&other));
+}
+
+void tst_SimulatorFaults::sendsABroadcastWithoutAComma()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"noComma"})"));
+    ask(1); // no broadcast: not what is meant
+    QVERIFY(isServed(m_client.data()));
+    QVERIFY(isServed(m_client.data()));
+    QVERIFY(m_client->texts(11).constFirst().contains("serialNum=1;"));
+    const QList<QByteArray> broadcasts = m_client->texts(18);
+    QVERIFY(!broadcasts.at(0).contains(','));
+    QVERIFY(broadcasts.at(0).contains("tag=identify;"));
+    QVERIFY(broadcasts.at(1).endsWith(",18"));
+}
+
+void tst_SimulatorFaults::stallsForATime()
+{
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(m_server->control.tell(R"({"do":"stall","ms":300})"));
+    RawClient newcomer;
+    QVERIFY(newcomer.connectToServer());
+    newcomer.send(0);
+    ask(1);
+    QTRY_COMPARE_WITH_TIMEOUT(newcomer.count(0), 1, WaitLimitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(m_client->count(11), 1, WaitLimitMs);
+    QVERIFY(timer.elapsed() >= 300);
+}
+
+void tst_SimulatorFaults::stallsAtAReplyUntilReleased()
+{
+    RawClient other;
+    QVERIFY(other.registerAtServer());
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"stall"})"));
+    ask(1);
+    QTRY_VERIFY_WITH_TIMEOUT(m_server->control.call(R"({"do":"status"})")
+                                 .value(QLatin1String("clients"))
+                                 .toArray()
+                                 .at(0)
+                                 .toObject()
+                                 .value(QLatin1String("stalled"))
+                                 .toBool(),
+                             WaitLimitMs);
+    ask(2);
+    QVERIFY(isServed(&other)); // the stall is the one client's
+    QCOMPARE(m_client->receivedBytes(), 0);
+    QVERIFY(m_server->control.tell(R"({"do":"release"})"));
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), (QList<QByteArray>{"1", "2"}), WaitLimitMs);
+}
+
+void tst_SimulatorFaults::answersRegistrationsAsTold_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QList<int>>("ids");
+    QTest::newRow("rejected") << QByteArray(R"(,"answer":"reject")") << QList<int>{2, 0};
+    QTest::newRow("rejected when nothing is said") << QByteArray() << QList<int>{2, 0};
+    QTest::newRow("error") << QByteArray(R"(,"answer":"error")") << QList<int>{3, 0};
+    QTest::newRow("silent") << QByteArray(R"(,"answer":"silent")") << QList<int>{0};
+    QTest::newRow("twice") << QByteArray(R"(,"count":2)") << QList<int>{2, 2};
+}
+
+void tst_SimulatorFaults::answersRegistrationsAsTold()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(QList<int>, ids);
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"register")" + answer + '}'));
+    m_client->send(0);
+    m_client->send(0);
+    QTRY_COMPARE_WITH_TIMEOUT(m_client->ids(), ids, WaitLimitMs);
+}
+
+void tst_SimulatorFaults::exitsWithoutAWord()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"exit","code":9})"));
+    ask(1);
+    QTRY_VERIFY_WITH_TIMEOUT(!m_client->isConnected(), WaitLimitMs);
+    QVERIFY(m_server->process.waitForEnd());
+    QCOMPARE(m_server->process.exitCode(), 9);
+    QCOMPARE(m_client->receivedBytes(), 0);
+}
+
+void tst_SimulatorFaults::putsFaultsTogether()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"repeat","times":3})"));
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"wrongSerial","difference":4})"));
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"drip","bytes":50})"));
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"delay","ms":100})"));
+    QElapsedTimer timer;
+    timer.start();
+    ask(1);
+    ask(2);
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), (QList<QByteArray>{"5", "5", "5", "2"}), WaitLimitMs);
+    QVERIFY(timer.elapsed() >= 100);
+}
+
+void tst_SimulatorFaults::keepsOthersFreeOfAPieceThatWaits()
+{
+    RawClient other;
+    QVERIFY(other.registerAtServer());
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"delay","ms":600000})"));
+    ask(1);
+    QVERIFY(isServed(&other));
+    QVERIFY(isServed(&other));
+    QCOMPARE(m_client->receivedBytes(), 0);
+}
+
+void tst_SimulatorFaults::dropsAStalledClientForWhomTooMuchWaits()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"stall","client":1})"));
+    RawClient writer;
+    QVERIFY(writer.registerAtServer());
+    for (int i = 0; i < 900; ++i) // each becomes a broadcast of over 80,000 bytes: 68 MiB
+        writer.send(10, writeText("1", "COM1", 0, QByteArray(60000, 'x')));
+    QTRY_VERIFY_WITH_TIMEOUT(!m_client->isConnected(), WaitLimitMs);
+    QVERIFY(m_server->process.errors().contains(QLatin1String("client 1 does not read")));
+    QTRY_COMPARE_WITH_TIMEOUT(writer.count(14), 900, WaitLimitMs);
+}
+
+KSPROXY_TEST_MAIN(tst_SimulatorFaults)
+#include "tst_SimulatorFaults.moc"
