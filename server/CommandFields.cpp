@@ -19,7 +19,7 @@ const QStringList ResultNames{QStringLiteral("success"),     QStringLiteral("tim
 
 QString CommandFields::equipmentKey(JsonFields *fields, const QStringList &keys)
 {
-    const QString key = fields->text("key");
+    QString key = fields->text("key");
     if (!keys.contains(key))
         fields->refuse("key", QStringLiteral("there is no equipment \"%1\"").arg(key));
     return key;

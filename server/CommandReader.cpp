@@ -36,6 +36,6 @@ CommandReader::CommandReader(const QStringList &keys)
 Command CommandReader::read(JsonFields *fields) const
 {
     static const QStringList names = commandNames();
-    const QString name = names.at(fields->choice("do", names));
+    const QString &name = names.at(fields->choice("do", names));
     return allCommands().value(name)(fields, m_keys);
 }

@@ -1,5 +1,6 @@
 #include "FaultKinds.h"
 
+#include "CommandFields.h"
 #include "RegisterAnswer.h"
 
 namespace {
@@ -8,14 +9,13 @@ using FaultKinds::Entry;
 using FaultKinds::Parameter;
 using Kind = Fault::Kind;
 
-constexpr qint64 LongestMs = 3600 * 1000;
 constexpr qint64 LargestLength = 0xFFFFFFFFLL;
 constexpr qint64 LargestDifference = 1 << 30;
 constexpr int LargestPiece = 1 << 20;
 
 Parameter milliseconds(qint64 initial)
 {
-    return {"ms", 0, LongestMs, initial};
+    return {"ms", 0, CommandFields::LongestMs, initial};
 }
 
 Parameter position(qint64 initial)

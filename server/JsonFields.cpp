@@ -130,7 +130,7 @@ int JsonFields::choice(const char *name, const QStringList &names, int initial)
 QByteArray JsonFields::hex(const char *name)
 {
     const QByteArray digits = text(name).toLatin1().replace(' ', "");
-    const QByteArray bytes = QByteArray::fromHex(digits);
+    QByteArray bytes = QByteArray::fromHex(digits);
     if (bytes.toHex() != digits.toLower())
         refuse(name, QStringLiteral("pairs of hexadecimal digits are expected"));
     return bytes;

@@ -35,7 +35,7 @@ QByteArray JsonText::fileContent(const QString &fileName, int largest, QString *
         *error = QStringLiteral("cannot be read: ") + file.errorString();
         return {};
     }
-    const QByteArray content = file.read(qint64(largest) + 1);
+    QByteArray content = file.read(qint64(largest) + 1);
     if (content.size() > largest)
         *error = QStringLiteral("is longer than %1 bytes").arg(largest);
     return content;

@@ -26,7 +26,7 @@ QByteArray readFile(JsonFields *fields, const QString &folder, int largest)
 {
     QString error;
     const QString name = QDir(folder).filePath(fields->text("file"));
-    const QByteArray content = JsonText::fileContent(name, largest, &error);
+    QByteArray content = JsonText::fileContent(name, largest, &error);
     if (!error.isEmpty())
         fields->refuse("file", name + QLatin1Char(' ') + error);
     return content;

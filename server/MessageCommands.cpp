@@ -13,7 +13,7 @@ constexpr int LastIdentifier = 255;
 
 std::shared_ptr<PackageBase> readPackage(JsonFields *fields, int type)
 {
-    const std::shared_ptr<PackageBase> package = type == TarnEnum::BroadcastReply
+    std::shared_ptr<PackageBase> package = type == TarnEnum::BroadcastReply
         ? std::make_unique<PackageBase>()
         : DeviceRequest::newPackage(type - TarnEnum::ReplyReadData + TarnEnum::RequestReadData);
     const EquipmentMemory::Place place = CommandFields::place(fields);
