@@ -23,8 +23,21 @@ Fault Fault::read(JsonFields *fields)
         : count;
     if (fault.m_kind != Kind::Register)
         fault.m_filter = MessageFilter::read(fields, fault.m_kind == Kind::NoComma);
-    fault.m_description = fields->object();
+    fault.describe(fields->object(), entry);
     return fault;
+}
+
+// Of what was given only what is the fault's own.
+void Fault::describe(const QJsonObject &given, const FaultKinds::Entry &entry)
+{
+    QStringList names{QStringLiteral("fault"), QStringLiteral("messages"), QStringLiteral("ids"),
+                      QStringLiteral("key")};
+    for (const FaultKinds::Parameter &parameter : entry.parameters)
+        names.append(QLatin1String(parameter.name));
+    for (const QString &name : qAsConst(names)) {
+        if (given.contains(name))
+            m_description.insert(name, given.value(name));
+    }
 }
 
 Fault::Kind Fault::kind() const

@@ -7,6 +7,9 @@
 #include <QMap>
 
 class JsonFields;
+namespace FaultKinds {
+struct Entry;
+}
 
 /// Something that the server does wrong on purpose: what, to which messages and how often.
 class Fault
@@ -52,6 +55,8 @@ public:
     QJsonObject description() const;
 
 private:
+    void describe(const QJsonObject &given, const FaultKinds::Entry &entry);
+
     Kind m_kind = Kind::Drop;
     MessageFilter m_filter;
     QMap<QString, qint64> m_parameters;

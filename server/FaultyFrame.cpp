@@ -55,13 +55,13 @@ QVector<WirePiece> chopped(const WirePiece &whole, int bytes, int pauseMs)
 QVector<WirePiece> split(const WirePiece &whole, const Fault &fault)
 {
     const int ms = static_cast<int>(fault.parameter("ms"));
-    const int at = static_cast<int>(fault.parameter("at"));
-    const WirePiece first{whole.bytes.left(at), whole.delayMs, whole.pauseMs};
+    const int after = static_cast<int>(fault.parameter("after"));
+    const WirePiece first{whole.bytes.left(after), whole.delayMs, whole.pauseMs};
     switch (fault.kind()) {
     case Kind::Close:
         return {{first.bytes, first.delayMs, first.pauseMs, true}};
     case Kind::Cut:
-        return {first, {whole.bytes.mid(at), 0, ms, whole.closes}};
+        return {first, {whole.bytes.mid(after), 0, ms, whole.closes}};
     case Kind::Drip:
         return chopped(whole, static_cast<int>(fault.parameter("bytes")), ms);
     default:
@@ -74,8 +74,8 @@ QVector<WirePiece> changed(const QVector<WirePiece> &pieces, const Fault &fault)
     QVector<WirePiece> result;
     if (fault.kind() == Kind::Drop)
         return result;
-    const qint64 times = fault.kind() == Kind::Repeat ? fault.parameter("times") : 1;
-    for (qint64 i = 0; i < times; ++i) {
+    const qint64 copies = fault.kind() == Kind::Repeat ? fault.parameter("copies") : 1;
+    for (qint64 i = 0; i < copies; ++i) {
         for (const WirePiece &piece : pieces)
             result += split(piece, fault);
     }

@@ -267,7 +267,7 @@ void tst_SimulatorFaults::dripsByteByByte()
 
 void tst_SimulatorFaults::cutsAFrameInTwo()
 {
-    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"cut","at":10,"ms":1000})"));
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"cut","after":10,"ms":1000})"));
     QElapsedTimer timer;
     timer.start();
     ask(1);
@@ -311,7 +311,7 @@ void tst_SimulatorFaults::closesInTheMiddleOfAFrame()
 {
     RawClient other;
     QVERIFY(other.registerAtServer());
-    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"close","at":9})"));
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"close","after":9})"));
     ask(1);
     QTRY_VERIFY_WITH_TIMEOUT(!m_client->isConnected(), WaitLimitMs);
     QCOMPARE(m_client->receivedBytes(), 9);
@@ -399,7 +399,7 @@ void tst_SimulatorFaults::exitsWithoutAWord()
 
 void tst_SimulatorFaults::putsFaultsTogether()
 {
-    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"repeat","times":3})"));
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"repeat","copies":3})"));
     QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"wrongSerial","difference":4})"));
     QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"drip","bytes":50})"));
     QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"delay","ms":100})"));

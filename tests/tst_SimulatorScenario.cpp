@@ -118,12 +118,14 @@ void tst_SimulatorScenario::logsWhatGoesWrongAndGoesOn()
 void tst_SimulatorScenario::setsFaultsAtTheStartAndLater()
 {
     play(R"({"heartbeat":0,"faults":[{"fault":"drop","count":2}],
-             "timeline":[{"at":100,"do":"fault","fault":"emptyBody"},
+             "timeline":[{"at":100,"do":"fault","fault":"cut","after":3},
                          {"at":200,"do":"notify","id":22}]})");
     const QJsonArray faults
         = m_server->control.call(R"({"do":"faults"})").value(QLatin1String("faults")).toArray();
-    QCOMPARE(faults.at(0).toObject().value(QLatin1String("fault")).toString(),
-             QStringLiteral("drop"));
+    QCOMPARE(faults.at(0).toObject(),
+             (QJsonObject{{QStringLiteral("number"), 1},
+                          {QStringLiteral("fault"), QStringLiteral("drop")},
+                          {QStringLiteral("left"), 2}}));
     QTRY_COMPARE_WITH_TIMEOUT(m_server->control.call(R"({"do":"faults"})")
                                   .value(QLatin1String("faults"))
                                   .toArray()

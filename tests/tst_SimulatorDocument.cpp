@@ -1,0 +1,215 @@
+#include "RawClient.h"
+#include "ServerProcess.h"
+#include "SteeredServer.h"
+#include "TestMain.h"
+#include "Waiting.h"
+
+#include "FaultKinds.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QTest>
+
+namespace {
+
+QString document()
+{
+    QFile file(QStringLiteral(KSPROXY_SOURCE_FOLDER "/docs/simulator.md"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+// What stands in the fences of that language.
+QStringList blocks(const QString &language)
+{
+    const QRegularExpression fence(QStringLiteral("^```%1\\n(.*?)^```$").arg(language),
+                                   QRegularExpression::MultilineOption
+                                       | QRegularExpression::DotMatchesEverythingOption);
+    QStringList blocks;
+    QRegularExpressionMatchIterator matches = fence.globalMatch(document());
+    while (matches.hasNext())
+        blocks.append(matches.next().captured(1).trimmed());
+    return blocks;
+}
+
+bool isDialogue(const QString &block)
+{
+    return block.startsWith(QLatin1String("{\"do\""));
+}
+
+QJsonObject parsed(const QString &json)
+{
+    return QJsonDocument::fromJson(json.toUtf8()).object();
+}
+
+QStringList shellLines()
+{
+    return blocks(QStringLiteral("sh")).join(QLatin1Char('\n')).split(QLatin1Char('\n'));
+}
+
+} // namespace
+
+/// Runs every example of docs/simulator.md.
+class tst_SimulatorDocument : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void answersAsTheDialoguesSay_data();
+    void answersAsTheDialoguesSay();
+    void playsTheScenarios_data();
+    void playsTheScenarios();
+    void startsAsTheCommandLinesSay_data();
+    void startsAsTheCommandLinesSay();
+    void answersTheLineFromTheShell();
+    void tellsOfEveryOption();
+    void tellsOfEveryFaultAndItsParameters();
+    void tellsOfEveryCommand();
+};
+
+void tst_SimulatorDocument::answersAsTheDialoguesSay_data()
+{
+    QTest::addColumn<QString>("dialogue");
+    const QStringList all = blocks(QStringLiteral("json"));
+    for (const QString &block : all) {
+        if (isDialogue(block))
+            QTest::newRow(block.left(block.indexOf(QLatin1Char('\n'))).toUtf8()) << block;
+    }
+}
+
+void tst_SimulatorDocument::answersAsTheDialoguesSay()
+{
+    QFETCH(QString, dialogue);
+    // Without heartbeats, which would be counted.
+    const QString quiet
+        = SteeredServer::written(QStringLiteral("quiet.json"), R"({"heartbeat":0})");
+    SteeredServer server;
+    QVERIFY(server.start({QStringLiteral("--scenario"), quiet}));
+    RawClient client;
+    QVERIFY(client.registerAtServer());
+    const QStringList lines = dialogue.split(QLatin1Char('\n'));
+    QCOMPARE(lines.size() % 2, 0);
+    for (int i = 0; i < lines.size(); i += 2) {
+        QVERIFY2(parsed(lines.at(i)).contains(QLatin1String("do")), qPrintable(lines.at(i)));
+        const QJsonObject answer = server.control.call(parsed(lines.at(i)));
+        QCOMPARE(answer, parsed(lines.at(i + 1)));
+    }
+}
+
+void tst_SimulatorDocument::playsTheScenarios_data()
+{
+    QTest::addColumn<QString>("scenario");
+    const QStringList all = blocks(QStringLiteral("json"));
+    for (const QString &block : all) {
+        if (!isDialogue(block))
+            QTest::newRow(block.left(40).simplified().toUtf8()) << block;
+    }
+}
+
+void tst_SimulatorDocument::playsTheScenarios()
+{
+    QFETCH(QString, scenario);
+    const QString file = SteeredServer::written(QStringLiteral("example.json"), scenario.toUtf8());
+    SteeredServer server;
+    QVERIFY2(server.start({QStringLiteral("--scenario"), file}),
+             qPrintable(server.process.errors()));
+    RawClient client;
+    QVERIFY(client.registerAtServer());
+}
+
+void tst_SimulatorDocument::startsAsTheCommandLinesSay_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    const QStringList lines = shellLines();
+    for (const QString &line : lines) {
+        const QStringList words = line.split(QLatin1Char(' '));
+        if (words.constFirst() == QLatin1String("KVTServerMaster"))
+            QTest::newRow(line.toUtf8()) << QStringList(words.mid(1));
+    }
+}
+
+void tst_SimulatorDocument::startsAsTheCommandLinesSay()
+{
+    QFETCH(QStringList, arguments);
+    QVERIFY(QDir::setCurrent(QStringLiteral(KSPROXY_SOURCE_FOLDER)));
+    ServerProcess server;
+    QVERIFY2(server.start(arguments), qPrintable(server.errors()));
+    const int count = arguments.contains(QLatin1String("--control")) ? 2 : 1;
+    QTRY_COMPARE_WITH_TIMEOUT(server.output().count(QLatin1Char('\n')), count, WaitLimitMs);
+    // The document shows the same lines, with the usual temporary folder.
+    QString lines = server.output();
+    lines.replace(testFolder(), QStringLiteral("/tmp"));
+    QVERIFY2(document().contains(QLatin1String("```\n") + lines), qPrintable(lines));
+}
+
+void tst_SimulatorDocument::answersTheLineFromTheShell()
+{
+    const QRegularExpression echo(QStringLiteral("^echo '(.*)' \\| .* UNIX-CONNECT:/tmp/(\\S+)$"),
+                                  QRegularExpression::MultilineOption);
+    const QRegularExpressionMatch match = echo.match(shellLines().join(QLatin1Char('\n')));
+    QVERIFY(match.hasMatch());
+    ServerProcess server;
+    QVERIFY(server.start({QStringLiteral("--control"), match.captured(2)}));
+    ControlClient control;
+    QVERIFY(control.connectToServer(match.captured(2)));
+    control.sendBytes(match.captured(1).toUtf8() + '\n');
+    QCOMPARE(control.nextAnswer().value(QLatin1String("ok")), QJsonValue(true));
+}
+
+void tst_SimulatorDocument::tellsOfEveryOption()
+{
+    ServerProcess helper;
+    helper.launch({QStringLiteral("--help")});
+    QVERIFY(helper.waitForEnd());
+    const QRegularExpression option(QStringLiteral("--[a-z-]+"));
+    QRegularExpressionMatchIterator matches = option.globalMatch(helper.output());
+    QStringList options;
+    while (matches.hasNext())
+        options.append(matches.next().captured());
+    for (const char *name : {"--scenario", "--control", "--config"})
+        QVERIFY2(options.contains(QLatin1String(name)), name);
+    for (const QString &name : qAsConst(options))
+        QVERIFY2(document().contains(QLatin1Char('`') + name), qPrintable(name));
+}
+
+void tst_SimulatorDocument::tellsOfEveryFaultAndItsParameters()
+{
+    const QStringList lines
+        = document().section(QStringLiteral("\n## "), 3, 3).split(QLatin1Char('\n'));
+    QCOMPARE(lines.constFirst(), QStringLiteral("Faults"));
+    for (const FaultKinds::Entry &entry : FaultKinds::all()) {
+        const QStringList rows = lines.filter(QStringLiteral("| `%1` |").arg(entry.name));
+        QCOMPARE(rows.size(), 1);
+        for (const FaultKinds::Parameter &parameter : entry.parameters) {
+            const QString initial = parameter.choices.isEmpty() ? QString::number(parameter.initial)
+                                                                : QLatin1Char('`')
+                    + parameter.choices.at(static_cast<int>(parameter.initial)) + QLatin1Char('`');
+            const QString told = QStringLiteral("`%1`").arg(QLatin1String(parameter.name))
+                + (parameter.initial < parameter.smallest ? QString()
+                                                          : QStringLiteral(" (%1)").arg(initial));
+            QVERIFY2(rows.constFirst().contains(told), qPrintable(entry.name + told));
+        }
+    }
+}
+
+void tst_SimulatorDocument::tellsOfEveryCommand()
+{
+    SteeredServer server;
+    QVERIFY(server.start());
+    // The answer names them all.
+    const QString error
+        = server.control.call(R"({"do":"?"})").value(QLatin1String("error")).toString();
+    const QRegularExpression quoted(QStringLiteral("\"(\\w+)\""));
+    QRegularExpressionMatchIterator matches = quoted.globalMatch(error);
+    int count = 0;
+    for (; matches.hasNext(); ++count) {
+        const QString command = matches.next().captured(1);
+        QVERIFY2(document().contains(QStringLiteral("\n{\"do\": \"%1\"").arg(command)),
+                 qPrintable(command));
+    }
+    QVERIFY(count > 15);
+}
+
+KSPROXY_TEST_MAIN(tst_SimulatorDocument)
+#include "tst_SimulatorDocument.moc"
