@@ -60,7 +60,7 @@ QList<QByteArray> RawClient::texts(int id) const
     QList<QByteArray> texts;
     const QList<QByteArray> all = bodies();
     for (const QByteArray &body : all) {
-        if (body.at(0) == static_cast<char>(id))
+        if (body.startsWith(static_cast<char>(id)))
             texts.append(body.mid(1));
     }
     return texts;
@@ -77,7 +77,7 @@ QList<int> RawClient::ids() const
     QList<int> ids;
     const QList<QByteArray> all = bodies();
     for (const QByteArray &body : all) {
-        if (body.at(0) != heartbeat)
+        if (!body.isEmpty() && body.at(0) != heartbeat)
             ids.append(body.at(0));
     }
     return ids;

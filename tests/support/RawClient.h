@@ -31,7 +31,7 @@ public:
     QList<QByteArray> texts(int id) const;
     /// How many messages with that identifier have arrived.
     int count(int id) const;
-    /// The identifiers that have arrived, without the heartbeats.
+    /// The identifiers that have arrived, without the heartbeats and empty bodies.
     QList<int> ids() const;
     /// Forgets what has arrived.
     void clear();
