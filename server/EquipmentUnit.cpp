@@ -49,7 +49,8 @@ void EquipmentUnit::setConnected(bool connected)
 int EquipmentUnit::takeLatencyMs(int initialMs)
 {
     const int latency = m_description.latencyMs < 0 ? initialMs : m_description.latencyMs;
-    return latency + m_random.bounded(m_description.jitterMs + 1);
+    const int jitter = m_description.jitterMs;
+    return jitter > 0 ? latency + m_random.bounded(jitter + 1) : latency;
 }
 
 void EquipmentUnit::setLatency(int latencyMs, int jitterMs)

@@ -16,12 +16,13 @@ using Kind = Fault::Kind;
 FaultyWire::FaultyWire(FaultPlan *plan)
     : m_plan(plan)
 {
-    for (QTimer *const timer : {&m_pause, &m_holdLimit, &m_stallLimit}) {
+    for (QTimer *const timer : {&m_pause, &m_stallLimit}) {
         timer->setSingleShot(true);
         timer->setTimerType(Qt::PreciseTimer);
     }
     connect(&m_pause, &QTimer::timeout, this, &FaultyWire::advance);
-    connect(&m_holdLimit, &QTimer::timeout, this, &FaultyWire::sendHeld);
+    connect(&m_reordered, &HeldMessages::complete, this, &FaultyWire::sendReversed);
+    connect(&m_coalesced, &HeldMessages::complete, this, &FaultyWire::sendTogether);
     connect(&m_stallLimit, &QTimer::timeout, this, &FaultyWire::release);
 }
 
@@ -36,13 +37,20 @@ void FaultyWire::send(const OutgoingMessage &message)
     const QVector<WirePiece> pieces = FaultyFrame::pieces(message, faults);
     for (const Fault &fault : faults) {
         ServerLog::detail(QStringLiteral("a fault befalls message %1").arg(message.id));
-        if (fault.kind() == Kind::Exit)
+        switch (fault.kind()) {
+        case Kind::Exit:
             _exit(static_cast<int>(fault.parameter("code")));
-        if (fault.kind() == Kind::Stall)
+        case Kind::Stall:
             stall(static_cast<int>(fault.parameter("ms")));
-        if (fault.kind() == Kind::Reorder || fault.kind() == Kind::Coalesce) {
-            hold(pieces, fault);
+            break;
+        case Kind::Reorder:
+            m_reordered.add(pieces, fault);
             return;
+        case Kind::Coalesce:
+            m_coalesced.add(pieces, fault);
+            return;
+        default:
+            break;
         }
     }
     append(pieces);
@@ -81,29 +89,17 @@ qint64 FaultyWire::waitingBytes() const
     return m_waitingBytes;
 }
 
-void FaultyWire::hold(const QVector<WirePiece> &message, const Fault &fault)
+void FaultyWire::sendReversed(HeldMessages::Messages messages)
 {
-    if (m_held.isEmpty())
-        m_holdLimit.start(static_cast<int>(fault.parameter("ms")));
-    m_held.append(message);
-    m_reversesHeld = fault.kind() == Kind::Reorder;
-    if (m_held.size() >= fault.parameter("frames"))
-        sendHeld();
+    std::reverse(messages.begin(), messages.end());
+    for (const QVector<WirePiece> &message : qAsConst(messages))
+        append(message);
 }
 
-void FaultyWire::sendHeld()
+void FaultyWire::sendTogether(const HeldMessages::Messages &messages)
 {
-    m_holdLimit.stop();
-    QVector<QVector<WirePiece>> messages;
-    messages.swap(m_held);
-    if (m_reversesHeld) {
-        std::reverse(messages.begin(), messages.end());
-        for (const QVector<WirePiece> &message : qAsConst(messages))
-            append(message);
-        return;
-    }
     QByteArray together;
-    for (const QVector<WirePiece> &message : qAsConst(messages)) {
+    for (const QVector<WirePiece> &message : messages) {
         for (const WirePiece &piece : message)
             together += piece.bytes;
     }

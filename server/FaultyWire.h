@@ -2,6 +2,7 @@
 #define FAULTYWIRE_H
 
 #include "FaultyFrame.h"
+#include "HeldMessages.h"
 
 #include <QDeadlineTimer>
 #include <QObject>
@@ -49,8 +50,8 @@ private:
         QDeadlineTimer deadline;
     };
 
-    void hold(const QVector<WirePiece> &message, const Fault &fault);
-    void sendHeld();
+    void sendReversed(HeldMessages::Messages messages);
+    void sendTogether(const HeldMessages::Messages &messages);
     void append(const QVector<WirePiece> &pieces);
     void advance();
     bool isFrontDue();
@@ -58,11 +59,10 @@ private:
     FaultPlan *m_plan;
     std::deque<Waiting> m_waiting;
     qint64 m_waitingBytes = 0;
-    QVector<QVector<WirePiece>> m_held;
-    bool m_reversesHeld = false;
+    HeldMessages m_reordered;
+    HeldMessages m_coalesced;
     bool m_isStalled = false;
     QTimer m_pause;
-    QTimer m_holdLimit;
     QTimer m_stallLimit;
 };
 

@@ -11,6 +11,10 @@ RequestQueue::RequestQueue()
 
 void RequestQueue::add(const Request &request, int latencyMs, qint64 bytes)
 {
+    if (latencyMs == 0 && m_entries.empty()) {
+        Q_EMIT due(request);
+        return;
+    }
     QDeadlineTimer deadline(latencyMs, Qt::PreciseTimer);
     const auto place = placeFor(*request, deadline);
     const bool isFirst = place == m_entries.begin();

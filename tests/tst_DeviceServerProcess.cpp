@@ -235,6 +235,8 @@ void tst_DeviceServerProcess::refusesBadOptions_data()
     QTest::newRow("idle not a number")
         << QStringLiteral("--exit-when-idle") << QStringLiteral("1.5");
     QTest::newRow("no file name") << QStringLiteral("--config") << QStringLiteral("");
+    QTest::newRow("no scenario name") << QStringLiteral("--scenario") << QStringLiteral("");
+    QTest::newRow("no control name") << QStringLiteral("--control") << QStringLiteral("");
 }
 
 void tst_DeviceServerProcess::refusesBadOptions()
@@ -307,8 +309,8 @@ void tst_DeviceServerProcess::printsWhatIsAskedFor()
     helper.launch({QStringLiteral("--help")});
     QVERIFY(helper.waitForEnd());
     QCOMPARE(helper.exitCode(), 0);
-    for (const char *option : {"--config", "--latency", "--register", "--exit-when-idle",
-                               "--verbose", "--version", "--help"})
+    for (const char *option : {"--config", "--scenario", "--control", "--latency", "--register",
+                               "--exit-when-idle", "--verbose", "--version", "--help"})
         QVERIFY2(helper.output().contains(QLatin1String(option)), option);
 }
 

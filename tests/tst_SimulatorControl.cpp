@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QLocalServer>
+#include <QRandomGenerator>
 #include <QTest>
 
 namespace {
@@ -39,6 +40,7 @@ private Q_SLOTS:
     void takesAnAbsolutePathAsItIs();
     void refusesToDisplaceALivingChannel();
     void refusesToDisplaceAChannelWithoutALock();
+    void refusesTheServersOwnSocket();
     void removesItsSocketsAtTheEnd();
 
     void answersBadLinesAndServesTheNext_data();
@@ -46,6 +48,7 @@ private Q_SLOTS:
     void answersEachLineInOrder();
     void passesOverALineThatIsTooLong();
     void takesALineInPieces();
+    void survivesRandomLines();
     void stopsReadingWhoDoesNotRead();
     void servesSeveralSteersmen();
     void doesNotTakeASteersmanForAClient();
@@ -197,6 +200,17 @@ void tst_SimulatorControl::refusesToDisplaceAChannelWithoutALock()
              qPrintable(server.errors()));
 }
 
+void tst_SimulatorControl::refusesTheServersOwnSocket()
+{
+    QVERIFY(m_server->end());
+    ServerProcess server;
+    QVERIFY(!server.start({QStringLiteral("--control"), QStringLiteral("tarnSver")}));
+    QVERIFY(server.waitForEnd());
+    QCOMPARE(server.exitCode(), 3);
+    QCOMPARE(server.output(), QString());
+    QVERIFY(server.errors().contains(socketPath(QStringLiteral("tarnSver"))));
+}
+
 void tst_SimulatorControl::removesItsSocketsAtTheEnd()
 {
     QVERIFY(QFile::exists(socketPath(QStringLiteral("control.lock"))));
@@ -306,6 +320,23 @@ void tst_SimulatorControl::takesALineInPieces()
     }
     QCOMPARE(m_server->control.nextAnswer().value(QLatin1String("ok")), QJsonValue(true));
     QCOMPARE(m_client->count(4), 1);
+}
+
+void tst_SimulatorControl::survivesRandomLines()
+{
+    const quint32 seed = QRandomGenerator::system()->generate();
+    qInfo("seed %u", seed);
+    QRandomGenerator random(seed);
+    const QByteArray good = R"({"do":"fault","fault":"length","difference":-3,"ids":[11,14]})";
+    for (int round = 0; round < 2000; ++round) {
+        QByteArray line = good;
+        for (int i = random.bounded(1, 5); i > 0; --i)
+            line[random.bounded(line.size())] = static_cast<char>(random.bounded(256));
+        m_server->control.sendBytes(line.replace('\n', ' ') + '\n');
+        QVERIFY(m_server->control.nextAnswer().contains(QLatin1String("ok")));
+    }
+    QVERIFY(tell(R"({"do":"clear"})"));
+    QVERIFY(isServed(m_client.data()));
 }
 
 void tst_SimulatorControl::stopsReadingWhoDoesNotRead()

@@ -31,6 +31,7 @@ private Q_SLOTS:
     void sendsSeveralFramesInOneWrite();
     void sendsRepliesOutOfOrder();
     void sendsWhatItHoldsWhenNothingFollows();
+    void holdsDifferentMessagesApart();
     void closesInTheMiddleOfAFrame();
     void sendsABroadcastWithoutAComma();
     void stallsForATime();
@@ -305,6 +306,18 @@ void tst_SimulatorFaults::sendsWhatItHoldsWhenNothingFollows()
     QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"reorder","frames":3,"ms":50})"));
     ask(1);
     QTRY_COMPARE_WITH_TIMEOUT(serials(), QList<QByteArray>{"1"}, WaitLimitMs);
+}
+
+void tst_SimulatorFaults::holdsDifferentMessagesApart()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"reorder","ms":600000})"));
+    QVERIFY(m_server->control.tell(
+        R"({"do":"fault","fault":"coalesce","ms":600000,"messages":"notifications"})"));
+    ask(1);
+    m_client->send(3, "COM1");
+    QTRY_COMPARE_WITH_TIMEOUT(m_client->ids(), (QList<int>{5, 9}), WaitLimitMs);
+    ask(2);
+    QTRY_COMPARE_WITH_TIMEOUT(serials(), (QList<QByteArray>{"2", "1"}), WaitLimitMs);
 }
 
 void tst_SimulatorFaults::closesInTheMiddleOfAFrame()

@@ -2,8 +2,10 @@
 
 #include "Waiting.h"
 
+#include <QDeadlineTimer>
+#include <QEventLoop>
 #include <QJsonDocument>
-#include <QTest>
+#include <QTimer>
 
 bool ControlClient::connectToServer(const QString &name)
 {
@@ -46,10 +48,13 @@ void ControlClient::sendBytes(const QByteArray &bytes)
 // With the event loop running, so that a test's other sockets go on meanwhile.
 QJsonObject ControlClient::nextAnswer()
 {
-    const auto hasAnswer = [this] { return m_socket.canReadLine(); };
-    if (!QTest::qWaitFor([&] { return hasAnswer() || !isConnected(); }, WaitLimitMs)
-        || !hasAnswer())
-        return {};
+    QEventLoop loop;
+    QObject::connect(&m_socket, &QLocalSocket::readyRead, &loop, &QEventLoop::quit);
+    QObject::connect(&m_socket, &QLocalSocket::disconnected, &loop, &QEventLoop::quit);
+    QTimer::singleShot(WaitLimitMs, &loop, &QEventLoop::quit);
+    const QDeadlineTimer deadline(WaitLimitMs);
+    while (!m_socket.canReadLine() && isConnected() && !deadline.hasExpired())
+        loop.exec();
     return QJsonDocument::fromJson(m_socket.readLine()).object();
 }
 
