@@ -27,7 +27,10 @@ ClientConnection::ClientConnection(qintptr descriptor, int number, FaultPlan *fa
     connect(m_socket, &QLocalSocket::readyRead, this, &ClientConnection::read);
     connect(m_socket, &QLocalSocket::disconnected, this, &ClientConnection::closed);
     connect(m_socket, &QLocalSocket::bytesWritten, this, &ClientConnection::goOn);
-    connect(&m_requests, &RequestQueue::due, this, &ClientConnection::goOn, Qt::QueuedConnection);
+    connect(&m_requests, &RequestQueue::due, this, [this] {
+        if (m_isPaused) // not before the request is carried out
+            QMetaObject::invokeMethod(this, &ClientConnection::goOn, Qt::QueuedConnection);
+    });
     connect(&m_wire, &FaultyWire::due, this, [this](const QByteArray &bytes) {
         write(bytes);
         push(); // the pieces are not to be put together again

@@ -41,6 +41,7 @@ private Q_SLOTS:
     void exitsWithoutAWord();
     void putsFaultsTogether();
     void keepsOthersFreeOfAPieceThatWaits();
+    void goesOnReadingWhenTheRepliesAreDropped();
     void dropsAStalledClientForWhomTooMuchWaits();
 
 private:
@@ -433,6 +434,17 @@ void tst_SimulatorFaults::keepsOthersFreeOfAPieceThatWaits()
     QVERIFY(isServed(&other));
     QVERIFY(isServed(&other));
     QCOMPARE(m_client->receivedBytes(), 0);
+}
+
+void tst_SimulatorFaults::goesOnReadingWhenTheRepliesAreDropped()
+{
+    QVERIFY(m_server->control.tell(R"({"do":"fault","fault":"drop","count":0})"));
+    QVERIFY(m_server->control.tell(R"({"do":"latency","key":"COM1","ms":2000})"));
+    for (int i = 0; i < 10; ++i) // 40 MB: more than may wait for one client
+        m_client->send(10, writeText("1", "COM1", 0, QByteArray(3000000, 'x')));
+    QVERIFY(isServed(m_client.data()));
+    QCOMPARE(m_client->ids(), QList<int>{18});
+    QVERIFY(!m_server->process.errors().contains(QLatin1String("QObject")));
 }
 
 void tst_SimulatorFaults::dropsAStalledClientForWhomTooMuchWaits()
