@@ -20,10 +20,9 @@ public:
     /// Takes commands from the socket \a descriptor, which belongs to the channel from then on.
     void addSteersman(qintptr descriptor);
 
-    /// Carries out the command in \a line; the answer tells how it went.
+private:
     QByteArray answerTo(const QByteArray &line);
 
-private:
     DeviceServer *m_server;
     CommandReader m_reader;
 };

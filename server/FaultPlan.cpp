@@ -37,9 +37,10 @@ QVector<Fault> FaultPlan::take(const OutgoingMessage &message)
     QVector<Fault> taken;
     for (int i = 0; i < m_entries.size();) {
         const Fault fault = m_entries.at(i).fault;
-        if (fault.concerns(message))
+        const bool isConcerned = fault.concerns(message);
+        if (isConcerned)
             taken.append(fault);
-        if (!fault.concerns(message) || use(i))
+        if (!isConcerned || use(i))
             ++i;
     }
     std::stable_sort(taken.begin(), taken.end(),

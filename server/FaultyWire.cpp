@@ -28,7 +28,7 @@ FaultyWire::FaultyWire(FaultPlan *plan)
 
 bool FaultyWire::isClear() const
 {
-    return m_plan->isEmpty() && m_waiting.empty() && !m_isStalled;
+    return m_plan->isEmpty() && m_waiting.empty() && !m_isStalled && !m_isClosing;
 }
 
 void FaultyWire::send(const OutgoingMessage &message)
@@ -108,6 +108,8 @@ void FaultyWire::sendTogether(const HeldMessages::Messages &messages)
 
 void FaultyWire::append(const QVector<WirePiece> &pieces)
 {
+    if (m_isClosing)
+        return;
     for (const WirePiece &piece : pieces) {
         m_waiting.push_back({piece, QDeadlineTimer(piece.delayMs, Qt::PreciseTimer)});
         m_waitingBytes += piece.bytes.size();
@@ -121,13 +123,19 @@ void FaultyWire::advance()
         const WirePiece piece = m_waiting.front().piece;
         m_waiting.pop_front();
         m_waitingBytes -= piece.bytes.size();
+        m_isClosing = piece.closes;
+        if (m_isClosing)
+            dropWaiting(); // before anything else can be written
         Q_EMIT due(piece.bytes);
-        if (!piece.closes)
-            continue;
-        m_waiting.clear();
-        m_waitingBytes = 0;
-        Q_EMIT closing();
+        if (piece.closes)
+            Q_EMIT closing();
     }
+}
+
+void FaultyWire::dropWaiting()
+{
+    m_waiting.clear();
+    m_waitingBytes = 0;
 }
 
 // Otherwise the timer runs that makes it so.

@@ -54,6 +54,7 @@ private:
     void sendTogether(const HeldMessages::Messages &messages);
     void append(const QVector<WirePiece> &pieces);
     void advance();
+    void dropWaiting();
     bool isFrontDue();
 
     FaultPlan *m_plan;
@@ -62,6 +63,7 @@ private:
     HeldMessages m_reordered;
     HeldMessages m_coalesced;
     bool m_isStalled = false;
+    bool m_isClosing = false;
     QTimer m_pause;
     QTimer m_stallLimit;
 };

@@ -166,7 +166,7 @@ void tst_SimulatorScenario::connectsSeveralControllersAtOnce()
 
 void tst_SimulatorScenario::tellsTheOthersWhenTheAskerHasGone()
 {
-    play(R"({"heartbeat":0,"equipment":[{"key":"A","kind":"controller","connectTime":300}]})");
+    play(R"({"heartbeat":0,"equipment":[{"key":"A","kind":"controller","connectTime":1500}]})");
     RawClient asker;
     QVERIFY(asker.connectToServer());
     asker.send(3, "A");
