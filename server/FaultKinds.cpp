@@ -37,7 +37,7 @@ const QVector<Entry> &FaultKinds::all()
         {QStringLiteral("coalesce"), Kind::Coalesce, {Frames, milliseconds(1000)}},
         {QStringLiteral("cut"), Kind::Cut, {position(2), milliseconds(100)}},
         {QStringLiteral("drop"), Kind::Drop, {}},
-        {QStringLiteral("repeat"), Kind::Repeat, {{"copies", 2, 1000, 2}}},
+        {QStringLiteral("repeat"), Kind::Repeat, {{"copies", 2, 100, 2}}},
         {QStringLiteral("wrongSerial"), Kind::WrongSerial, {Difference}},
         {QStringLiteral("reorder"), Kind::Reorder, {Frames, milliseconds(1000)}},
         {QStringLiteral("unknownIdentifier"), Kind::UnknownIdentifier, {{"id", 0, 255, 99}}},

@@ -254,7 +254,7 @@ void tst_SimulatorControl::answersBadLinesAndServesTheNext_data()
     row("parameter of another fault", R"({"do":"fault","fault":"drop","ms":1})",
         "ms: not known; known are do, fault, count, ");
     row("parameter out of range", R"({"do":"fault","fault":"repeat","copies":1})",
-        "copies: a whole number from 2 to 1000");
+        "copies: a whole number from 2 to 100");
     row("bad count", R"({"do":"fault","fault":"drop","count":"often"})",
         "count: a whole number from 0 to 1000000, \"always\" is expected");
     row("unknown messages", R"({"do":"fault","fault":"drop","messages":"some"})",
