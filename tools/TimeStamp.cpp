@@ -1,0 +1,8 @@
+#include "TimeStamp.h"
+
+#include <QDateTime>
+
+QString timeStamp()
+{
+    return QDateTime::currentDateTime().toString(Qt::ISODateWithMs);
+}
