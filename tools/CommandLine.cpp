@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "ParserWord.h"
 #include "Suggestion.h"
 #include "VerbList.h"
 #include "VerbOptions.h"
@@ -82,7 +83,7 @@ QStringList verbNames(CLI::App *app)
 QString unexpected(CLI::App *app)
 {
     CLI::App *const place = innermost(app);
-    const QString word = QString::fromStdString(app->remaining(true).front());
+    const QString word = ParserWord::unpacked(app->remaining(true).front());
     if (word.startsWith(QLatin1Char('-')) && place != app && !app->remaining(false).empty())
         return QStringLiteral("The option \"%1\" has to stand behind the verb.").arg(word);
     if (word.startsWith(QLatin1Char('-')))
@@ -131,7 +132,7 @@ std::vector<std::string> forParser(const QStringList &arguments)
         const bool isValueEmpty = !areOptionsOver && argument.startsWith(QLatin1String("--"))
             && argument.indexOf(QLatin1Char('=')) == argument.size() - 1;
         reversed.insert(reversed.begin(),
-                        (isValueEmpty ? argument.chopped(1) : argument).toStdString());
+                        ParserWord::packed(isValueEmpty ? argument.chopped(1) : argument));
         if (isValueEmpty)
             reversed.insert(reversed.begin(), std::string());
     }

@@ -1,6 +1,7 @@
 #include "VerbOptions.h"
 
 #include "NumberText.h"
+#include "ParserWord.h"
 #include "Suggestion.h"
 
 #include <CLI/CLI.hpp>
@@ -13,7 +14,7 @@ CLI::Option *add(CLI::App *app, const char *name, const char *valueName, const Q
                  const Reader &reader)
 {
     const auto read = [reader](const std::string &value) {
-        const QString problem = reader(QString::fromStdString(value));
+        const QString problem = reader(ParserWord::unpacked(value));
         if (!problem.isEmpty())
             throw CLI::ValidationError(problem.toStdString());
     };
@@ -119,10 +120,9 @@ void VerbOptions::arguments(const char *name, const QString &description, bool i
 {
     const auto read = [target](const std::vector<std::string> &values) {
         for (const std::string &value : values)
-            target->append(QString::fromStdString(value));
+            target->append(ParserWord::unpacked(value));
     };
     m_app->add_option_function<std::vector<std::string>>(name, read, description.toStdString())
         ->type_name("")
-        ->required(isRequired)
-        ->allow_extra_args(false); // or "[a,b]" would be taken for two
+        ->required(isRequired);
 }
