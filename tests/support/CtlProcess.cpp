@@ -13,14 +13,12 @@ CtlProcess::CtlProcess()
 
 CtlProcess::~CtlProcess()
 {
-    if (!isRunning())
-        return;
-    m_process.kill();
-    m_process.waitForFinished(WaitLimitMs);
+    kill();
 }
 
 void CtlProcess::launch(const QStringList &arguments)
 {
+    kill(); // what a test that failed may have left
     m_output.clear();
     m_errors.clear();
     m_process.setArguments(arguments);
@@ -90,12 +88,15 @@ QJsonObject CtlProcess::json()
     return QJsonDocument::fromJson(output()).object();
 }
 
-void CtlProcess::closeOutput()
-{
-    m_process.closeReadChannel(QProcess::StandardOutput);
-}
-
 void CtlProcess::sendSignal(int number)
 {
     ::kill(static_cast<pid_t>(m_process.processId()), number);
+}
+
+void CtlProcess::kill()
+{
+    if (!isRunning())
+        return;
+    m_process.kill();
+    m_process.waitForFinished(WaitLimitMs);
 }

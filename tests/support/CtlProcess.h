@@ -34,12 +34,12 @@ public:
     /// The one object that it has printed; empty when it has not.
     QJsonObject json();
 
-    /// Closes this end of its standard output: its next line there has no reader.
-    void closeOutput();
     void sendSignal(int number);
 
 private:
     Q_DISABLE_COPY_MOVE(CtlProcess)
+
+    void kill();
 
     QProcess m_process;
     QByteArray m_output;
