@@ -207,7 +207,8 @@ void tst_CtlCompletions::areWellFormed()
     QFETCH(QString, shell);
     QFETCH(QString, file);
     if (QStandardPaths::findExecutable(shell).isEmpty())
-        QSKIP(qPrintable(shell + QLatin1String(" is not installed")));
+        return QTest::qSkip(qPrintable(shell + QLatin1String(" is not installed")), __FILE__,
+                            __LINE__);
     QCOMPARE(output(shell, {QStringLiteral("-n"), file}), QStringList());
 }
 
@@ -265,7 +266,7 @@ void tst_CtlCompletions::nameTheSameVerbs()
 void tst_CtlCompletions::fishOffersTheOptionsOfEachVerb()
 {
     if (QStandardPaths::findExecutable(QStringLiteral("fish")).isEmpty())
-        QSKIP("fish is not installed");
+        return QTest::qSkip("fish is not installed", __FILE__, __LINE__);
     const QMap<QString, QSet<QString>> options = m_help.options();
     for (auto verb = options.cbegin(); verb != options.cend(); ++verb) {
         const QStringList lines

@@ -1,7 +1,6 @@
 #include "CtlProcess.h"
 #include "LocalPeer.h"
 #include "ServerProcess.h"
-#include "Terminal.h"
 #include "TestMain.h"
 #include "Waiting.h"
 #include "WireBytes.h"
@@ -19,12 +18,6 @@ QString dataFile()
     return testFolder() + QLatin1String("/data");
 }
 
-QByteArray content(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
-}
-
 } // namespace
 
 /// Reading and writing with one request, with a real server.
@@ -40,15 +33,6 @@ private Q_SLOTS:
     void writesAFile();
     void writesToThePlaceItIsTold();
     void confirmsInJson();
-    void readsInEachForm_data();
-    void readsInEachForm();
-    void readsIntoAFile_data();
-    void readsIntoAFile();
-    void leavesTheFileAloneWhenItFails();
-    void writesToWhatIsNoRegularFile();
-    void saysThatTheFileCannotBeWritten();
-    void saysThatTheOutputCannotBeWritten();
-    void showsAHexDumpOnATerminal();
     void saysWhatTheDeviceRefuses_data();
     void saysWhatTheDeviceRefuses();
     void saysWhatWasReadBack();
@@ -151,125 +135,6 @@ void tst_CtlData::confirmsInJson()
                       "abc"));
     QCOMPARE(m_ctl.output(),
              QByteArray("{\"address\":0,\"key\":\"COM1\",\"length\":3,\"verified\":true}\n"));
-}
-
-void tst_CtlData::readsInEachForm_data()
-{
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QByteArray>("output");
-    QTest::newRow("none named") << QStringList()
-                                << QByteArray("00000040  48 65 6c 6c 6f 2c 20 65  71 75 69 70 6d "
-                                              "65 6e 74  |Hello, equipment|\n00000050  21         "
-                                              "                                       |!|\n");
-    const QString format = QStringLiteral("--format");
-    QTest::newRow("raw") << QStringList{format, QStringLiteral("raw")}
-                         << QByteArray("Hello, equipment!");
-    QTest::newRow("base64") << QStringList{format, QStringLiteral("base64")}
-                            << QByteArray("SGVsbG8sIGVxdWlwbWVudCE=\n");
-    const QByteArray json("{\"address\":64,\"data\":\"SGVsbG8sIGVxdWlwbWVudCE=\",\"key\":\"COM1\","
-                          "\"length\":17}\n");
-    QTest::newRow("json") << QStringList{format, QStringLiteral("json")} << json;
-    QTest::newRow("JSON as everywhere") << QStringList{QStringLiteral("--json")} << json;
-}
-
-void tst_CtlData::readsInEachForm()
-{
-    QFETCH(QStringList, options);
-    QVERIFY(
-        m_ctl.run(Read + QStringList{QStringLiteral("--length"), QStringLiteral("17")} + options));
-    QCOMPARE(m_ctl.exitCode(), 0);
-    QTEST(m_ctl.output(), "output");
-    QCOMPARE(m_ctl.errors(), QString());
-}
-
-void tst_CtlData::readsIntoAFile_data()
-{
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QByteArray>("inFile");
-    QTest::addColumn<QByteArray>("output");
-    QTest::newRow("raw") << QStringList() << QByteArray("Hello") << QByteArray();
-    QTest::newRow("in a form") << QStringList{QStringLiteral("--format=base64")}
-                               << QByteArray("SGVsbG8=\n") << QByteArray();
-    QTest::newRow("with JSON about it")
-        << QStringList{QStringLiteral("--json")} << QByteArray("Hello")
-        << QByteArray("{\"address\":64,\"key\":\"COM1\",\"length\":5}\n");
-}
-
-void tst_CtlData::readsIntoAFile()
-{
-    QFETCH(QStringList, options);
-    QFile longer(dataFile());
-    QVERIFY(longer.open(QIODevice::WriteOnly));
-    longer.write("what was there before, and is longer");
-    longer.close();
-    QVERIFY(m_ctl.run(
-        Read + QStringList{QStringLiteral("--length=5"), QStringLiteral("--output"), dataFile()}
-        + options));
-    QCOMPARE(m_ctl.exitCode(), 0);
-    QTEST(content(dataFile()), "inFile");
-    QTEST(m_ctl.output(), "output");
-}
-
-void tst_CtlData::leavesTheFileAloneWhenItFails()
-{
-    QFile file(dataFile());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("precious");
-    file.close();
-    QVERIFY(m_ctl.run({QStringLiteral("read"), QStringLiteral("COM1"), QStringLiteral("--address"),
-                       QStringLiteral("0x7fffffff"), QStringLiteral("--output"), dataFile()}));
-    QCOMPARE(m_ctl.exitCode(), 6);
-    QCOMPARE(content(dataFile()), QByteArray("precious"));
-}
-
-void tst_CtlData::writesToWhatIsNoRegularFile()
-{
-    QVERIFY(m_ctl.run(Read + QStringList{QStringLiteral("--output"), QStringLiteral("/dev/null")}));
-    QCOMPARE(m_ctl.exitCode(), 0);
-    QVERIFY(m_ctl.run(Read + QStringList{QStringLiteral("--output"), QStringLiteral("/dev/full")}));
-    QCOMPARE(m_ctl.exitCode(), 1);
-    QVERIFY2(m_ctl.errors().startsWith(QLatin1String("ksproxyctl: \"/dev/full\" cannot be "
-                                                     "written: ")),
-             qPrintable(m_ctl.errors()));
-}
-
-void tst_CtlData::saysThatTheFileCannotBeWritten()
-{
-    QVERIFY(m_ctl.run(Read + QStringList{QStringLiteral("--output"), QStringLiteral("/no/such")}));
-    QCOMPARE(m_ctl.exitCode(), 1);
-    QCOMPARE(m_ctl.errors(),
-             QStringLiteral("ksproxyctl: \"/no/such\" cannot be written: No such file or "
-                            "directory.\n"));
-}
-
-void tst_CtlData::saysThatTheOutputCannotBeWritten()
-{
-    CtlProcess ctl;
-    ctl.setOutputFile(QStringLiteral("/dev/full"));
-    QVERIFY(ctl.run(Read));
-    QCOMPARE(ctl.exitCode(), 1);
-    QCOMPARE(ctl.errors(),
-             QStringLiteral("ksproxyctl: Standard output cannot be written: No space left on "
-                            "device.\n"));
-}
-
-void tst_CtlData::showsAHexDumpOnATerminal()
-{
-    const QStringList dump{QStringLiteral("dump"), QStringLiteral("COM1"),
-                           QStringLiteral("--address=0x40"), QStringLiteral("--length=5")};
-    QVERIFY(m_ctl.run(dump));
-    QCOMPARE(m_ctl.output(), QByteArray("Hello"));
-    Terminal terminal;
-    CtlProcess onTerminal;
-    onTerminal.setOutputFile(terminal.fileName());
-    QVERIFY(onTerminal.run(dump));
-    QCOMPARE(onTerminal.exitCode(), 0);
-    QVERIFY2(terminal.output().startsWith("00000040  48 65 6c 6c 6f  "), terminal.output());
-    Terminal rawTerminal;
-    CtlProcess raw;
-    raw.setOutputFile(rawTerminal.fileName());
-    QVERIFY(raw.run(dump + QStringList{QStringLiteral("--format=raw")}));
-    QCOMPARE(rawTerminal.output(), QByteArray("Hello"));
 }
 
 void tst_CtlData::saysWhatTheDeviceRefuses_data()

@@ -165,7 +165,7 @@ void tst_CtlManual::isWellFormed()
 {
     const QString checker = QStandardPaths::findExecutable(QStringLiteral("mandoc"));
     if (checker.isEmpty())
-        QSKIP("mandoc is not installed");
+        return QTest::qSkip("mandoc is not installed", __FILE__, __LINE__);
     QProcess process;
     process.start(checker,
                   {QStringLiteral("-T"), QStringLiteral("lint"), QStringLiteral("-W"),

@@ -31,7 +31,7 @@ SessionError ConnectVerb::check() const
 {
     const QStringList controllers = EquipmentText::controllers(session()->equipmentTable());
     for (const QString &name : m_names) {
-        if (const SessionError error = checkedKey(name, controllers))
+        if (SessionError error = checkedKey(name, controllers))
             return error;
     }
     return {};
