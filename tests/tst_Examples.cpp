@@ -28,6 +28,7 @@ private Q_SLOTS:
     void saysThatTheServerCannotBeStarted();
     void doesTheSameWithASession();
     void saysThatASessionCannotStartTheServer();
+    void runsWhatTheDemoProposes();
 
 private:
     void run(const QString &program, const QStringList &arguments = QStringList());
@@ -108,6 +109,27 @@ void tst_Examples::saysThatASessionCannotStartTheServer()
     QVERIFY2(m_output.contains(QLatin1String("\"/no/such/server\" cannot be started")),
              qPrintable(m_output));
     QVERIFY(m_output.endsWith(QLatin1String("Failed.\n")));
+}
+
+// The commands that ./dev demo ends with, as a user copies them.
+void tst_Examples::runsWhatTheDemoProposes()
+{
+    QFile script(QStringLiteral(KSPROXY_SOURCE_FOLDER "/dev"));
+    QVERIFY(script.open(QIODevice::ReadOnly));
+    const QString printedProgram = QStringLiteral("  build/release/bin/ksproxyctl ");
+    QStringList commands;
+    while (!script.atEnd()) {
+        const QString line = QString::fromUtf8(script.readLine());
+        if (line.startsWith(printedProgram))
+            commands.append(QStringLiteral(KSPROXY_CTL_PROGRAM " ")
+                            + line.mid(printedProgram.size()));
+    }
+    QCOMPARE(commands.size(), 3);
+    for (const QString &command : qAsConst(commands)) {
+        run(QStringLiteral("bash"), {QStringLiteral("-c"), command});
+        QVERIFY2(m_exitCode == 0, qPrintable(command + m_output));
+    }
+    QVERIFY2(m_output.contains(QLatin1String("|Hello, equipment|")), qPrintable(m_output));
 }
 
 KSPROXY_TEST_MAIN(tst_Examples)
