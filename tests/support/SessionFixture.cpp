@@ -29,7 +29,22 @@ bool SessionFixture::waitFor(DeviceSession::State state) const
         WaitLimitMs);
 }
 
+namespace {
+
+template <typename Outcome>
+bool waitUntilFinished(const Outcome &outcome)
+{
+    return QTest::qWaitFor([&] { return outcome.isFinished(); }, WaitLimitMs);
+}
+
+} // namespace
+
 bool waitForEnd(const DeviceReply &reply)
 {
-    return QTest::qWaitFor([&] { return reply.isFinished(); }, WaitLimitMs);
+    return waitUntilFinished(reply);
+}
+
+bool waitForEnd(const DeviceTransfer &transfer)
+{
+    return waitUntilFinished(transfer);
 }

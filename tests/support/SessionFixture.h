@@ -2,6 +2,7 @@
 #define SESSIONFIXTURE_H
 
 #include "DeviceSession.h"
+#include "DeviceTransfer.h"
 #include "ServerProcess.h"
 #include "SessionRecorder.h"
 #include "Waiting.h"
@@ -25,7 +26,8 @@ struct SessionFixture
     SessionRecorder recorder{&session};
 };
 
-/// Whether \a reply is finished, or is so in time.
+/// Whether it is finished, or is so in time.
 bool waitForEnd(const DeviceReply &reply);
+bool waitForEnd(const DeviceTransfer &transfer);
 
 #endif
