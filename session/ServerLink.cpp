@@ -11,7 +11,8 @@ namespace {
 constexpr int AnswerPollMs = 5;
 constexpr int WatchMs = 100;
 constexpr int ProbeAfterMs = 400;
-constexpr int MostCatchers = 16;
+constexpr int MostCatchers = 32;
+constexpr int CatchersPerWatch = 2; // each takes the place of a request for 10 ms
 const QString Mark = QStringLiteral("not registered yet");
 
 EquipmentAddress addressOf(const PackageBase &package)
@@ -124,10 +125,12 @@ void ServerLink::command(const std::function<void(KVTServerMessageOldProxy *)> &
 
 void ServerLink::watch()
 {
-    if (m_hasConfirmed)
+    if (m_hasConfirmed) {
+        addCatchers(CatchersPerWatch);
         lookForLoss();
-    else
+    } else {
         lookForAnswer();
+    }
     if (m_sinceAnswer.elapsed() >= ProbeAfterMs && m_sinceProbe.elapsed() >= ProbeAfterMs)
         sendProbe();
 }
@@ -178,7 +181,7 @@ void ServerLink::concludeRegistration()
     }
     m_hasConfirmed = true;
     m_watch.start(WatchMs);
-    topUpCatchers();
+    addCatchers(1);
     Q_EMIT confirmed();
 }
 
@@ -202,11 +205,12 @@ void ServerLink::sendProbe()
 
 // A reply that matches no request completes the oldest one. These requests are there to be it: they
 // go out as a cancel for the empty key, which nobody answers. Without them a reply to a request
-// that was completed with another's would find no request that brings it here, and be lost.
-void ServerLink::topUpCatchers()
+// that was completed with another's would find no request that brings it here, and be lost. A stock
+// of them, since many replies may arrive before another can leave.
+void ServerLink::addCatchers(int count)
 {
     m_proxy->setPackageType(TarnEnum::ByteArrayPackage);
-    for (; m_catchers < m_wantedCatchers; ++m_catchers)
+    for (; count > 0 && m_catchers < MostCatchers; --count, ++m_catchers)
         handOver(new PackageBase, Purpose::Catcher);
     m_proxy->setPackageType(TarnEnum::TextPackage);
 }
@@ -245,9 +249,8 @@ void ServerLink::complete(PackageBase *package, Purpose purpose, PackageBase *re
     if (reply->getSerialNum() != package->getSerialNum()) {
         qCDebug(sessionLog) << "a reply with the serial number" << reply->getSerialNum()
                             << "completed the request" << package->getSerialNum();
-        m_wantedCatchers = qMin(2 * m_wantedCatchers, MostCatchers);
+        addCatchers(1);
     }
-    topUpCatchers();
     Q_EMIT answered(reply->getSerialNum(), reply->getCommResult(), reply->getData());
 }
 

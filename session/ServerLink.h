@@ -77,7 +77,7 @@ private:
 
     void lookForLoss();
     void sendProbe();
-    void topUpCatchers();
+    void addCatchers(int count);
     void loseLater(const QString &reason);
 
     void handOver(PackageBase *package, Purpose purpose);
@@ -93,7 +93,6 @@ private:
     int m_silenceLimitMs;
     int m_unansweredProbes = 0;
     int m_catchers = 0;
-    int m_wantedCatchers = 1;
     bool m_isFlagCleared = false;
     bool m_hasRegisterError = false;
     bool m_hasConfirmed = false;
