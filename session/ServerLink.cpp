@@ -128,6 +128,7 @@ void ServerLink::watch()
     if (m_hasConfirmed) {
         addCatchers(CatchersPerWatch);
         lookForLoss();
+        lookForTable();
     } else {
         lookForAnswer();
     }
@@ -191,6 +192,16 @@ void ServerLink::lookForLoss()
         loseLater(tr("The server has ended the registration."));
     else if (m_silenceLimitMs > 0 && m_unansweredProbes * ProbeAfterMs >= m_silenceLimitMs)
         loseLater(tr("The server has not answered anything for %1 ms.").arg(m_silenceLimitMs));
+}
+
+// A server that confirms again sends its table with it, and the proxy takes it without a signal.
+void ServerLink::lookForTable()
+{
+    const QMap<QString, EquipmentInfo> table = m_proxy->equipmentTable();
+    if (m_isLost || table.isSharedWith(m_table))
+        return;
+    m_table = table;
+    Q_EMIT tableReplaced();
 }
 
 // No equipment has the empty key, so the server answers at once and nothing else happens.

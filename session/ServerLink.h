@@ -76,6 +76,7 @@ private:
     void concludeRegistration();
 
     void lookForLoss();
+    void lookForTable();
     void sendProbe();
     void addCatchers(int count);
     void loseLater(const QString &reason);
@@ -87,6 +88,7 @@ private:
     KVTServerMessageOldProxy *m_proxy;
     const bool m_isSecondHand;
     QObject m_packages; // parent of the packages that the proxy has
+    QMap<QString, EquipmentInfo> m_table; // as last looked at
     QTimer m_watch;
     QElapsedTimer m_sinceProbe;
     QElapsedTimer m_sinceAnswer;

@@ -104,6 +104,7 @@ void SessionCore::adoptTable()
 {
     if (m_state != State::Ready)
         return;
+    m_serverVersion = m_link->serverVersion();
     const QMap<QString, EquipmentInfo> table = m_link->equipmentTable();
     const EquipmentTableChange change = EquipmentTableChange::between(m_equipmentTable, table);
     m_equipmentTable = table;

@@ -142,7 +142,6 @@ void SessionCore::onConfirmed()
     beginRegistration();
     m_registrationLimit.stop();
     m_attempt.stop();
-    m_serverVersion = m_link->serverVersion();
     m_lastError = SessionError();
     m_isComingBack = true;
     setState(State::Ready);
