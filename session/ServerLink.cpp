@@ -6,6 +6,8 @@
 #include "SessionLog.h"
 #include "SpareProxies.h"
 
+#include <utility>
+
 namespace {
 
 constexpr int AnswerPollMs = 5;
@@ -43,7 +45,7 @@ ServerLink::ServerLink(int silenceLimitMs)
 ServerLink::~ServerLink()
 {
     m_proxy->disconnect(this);
-    if (m_isLost)
+    if (m_isUseless)
         delete m_proxy; // it would never connect again
     else
         SpareProxies::keep(m_proxy);
@@ -188,17 +190,20 @@ void ServerLink::concludeRegistration()
 
 void ServerLink::lookForLoss()
 {
-    if (!m_proxy->isRegisted())
+    const bool hadEnded = std::exchange(m_hasEnded, !m_proxy->isRegisted());
+    if (m_hasEnded && !hadEnded)
+        sendProbe(); // a server that goes says so first; this write tells whether it has gone
+    else if (m_hasEnded)
         loseLater(tr("The server has ended the registration."));
     else if (m_silenceLimitMs > 0 && m_unansweredProbes * ProbeAfterMs >= m_silenceLimitMs)
-        loseLater(tr("The server has not answered anything for %1 ms.").arg(m_silenceLimitMs));
+        loseConnection(tr("The server has not answered anything for %1 ms.").arg(m_silenceLimitMs));
 }
 
 // A server that confirms again sends its table with it, and the proxy takes it without a signal.
 void ServerLink::lookForTable()
 {
     const QMap<QString, EquipmentInfo> table = m_proxy->equipmentTable();
-    if (m_isLost || table.isSharedWith(m_table))
+    if (m_hasEnded || table.isSharedWith(m_table))
         return;
     m_table = table;
     Q_EMIT tableReplaced();
@@ -237,6 +242,12 @@ void ServerLink::loseLater(const QString &reason)
         this, [this, reason] { Q_EMIT lost(reason); }, Qt::QueuedConnection);
 }
 
+void ServerLink::loseConnection(const QString &reason)
+{
+    m_isUseless = true;
+    loseLater(reason);
+}
+
 void ServerLink::handOver(PackageBase *package, Purpose purpose)
 {
     package->setParent(&m_packages);
@@ -250,7 +261,7 @@ void ServerLink::complete(PackageBase *package, Purpose purpose, PackageBase *re
 {
     package->deleteLater();
     if (reply == package) {
-        loseLater(tr("The connection to the server is broken."));
+        loseConnection(tr("The connection to the server is broken."));
         return;
     }
     m_sinceAnswer.start();

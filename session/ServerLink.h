@@ -80,6 +80,7 @@ private:
     void sendProbe();
     void addCatchers(int count);
     void loseLater(const QString &reason);
+    void loseConnection(const QString &reason);
 
     void handOver(PackageBase *package, Purpose purpose);
     void complete(PackageBase *package, Purpose purpose, PackageBase *reply);
@@ -98,7 +99,9 @@ private:
     bool m_isFlagCleared = false;
     bool m_hasRegisterError = false;
     bool m_hasConfirmed = false;
+    bool m_hasEnded = false; // the registration
     bool m_isLost = false;
+    bool m_isUseless = false; // not even the next link can go on with the connection
 };
 
 #endif

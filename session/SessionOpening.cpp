@@ -70,6 +70,8 @@ void SessionCore::goOnUnreached()
               tr("No device server takes connections, and none may be started.")});
         return;
     }
+    if (m_state == State::Registering) // over a connection that has gone since
+        setState(m_isComingBack ? State::Lost : State::Connecting);
     if (m_options.startsServer && !m_hasLaunched && !startServer())
         return;
     retryLater();
