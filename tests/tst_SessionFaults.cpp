@@ -156,7 +156,7 @@ void tst_SessionFaults::givesEachItsOwn_data()
     QTest::newRow("each twice, all at once") << twice << true << false;
     QTest::newRow("each twice, all at once, between commands") << twice << true << true;
     QTest::newRow("each four times")
-        << QByteArray(R"("fault":"repeat","count":0,"times":4)") << false << false;
+        << QByteArray(R"("fault":"repeat","count":0,"copies":4)") << false << false;
     QTest::newRow("out of order") << reordered << false << false;
     QTest::newRow("out of order, all at once") << reordered << true << false;
 }

@@ -23,6 +23,7 @@ private Q_SLOTS:
     void comesBackWhenItEnds_data();
     void comesBackWhenItEnds();
     void closesWhenItEndsForGood();
+    void goesOverANewConnectionAfterAGoodbye();
     void isConfirmedWithoutAVersion_data();
     void isConfirmedWithoutAVersion();
     void isNotConfirmedByATable_data();
@@ -137,6 +138,21 @@ void tst_SessionRegistration::closesWhenItEndsForGood()
     QVERIFY(waitFor(State::Closed));
     QCOMPARE(m_session->lastError().code, Code::RegistrationRejected);
     QVERIFY(m_session->equipmentTable().isEmpty());
+}
+
+// The end of the registration is the first that is heard of it.
+void tst_SessionRegistration::goesOverANewConnectionAfterAGoodbye()
+{
+    QVERIFY(m_session->open(SessionFixture::options()));
+    QVERIFY(waitFor(State::Ready));
+    QVERIFY(m_server->end());
+    QVERIFY(waitFor(State::Lost));
+    m_recorder->clear();
+    QVERIFY(m_server->process.start());
+    QVERIFY(waitFor(State::Ready));
+    QTRY_COMPARE_WITH_TIMEOUT(m_recorder->states().last(), QStringLiteral("Ready"), WaitLimitMs);
+    QCOMPARE(m_recorder->states().count(QStringLiteral("Registering")), 1);
+    QVERIFY(isServed());
 }
 
 void tst_SessionRegistration::isConfirmedWithoutAVersion_data()
