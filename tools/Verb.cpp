@@ -40,21 +40,19 @@ CommonOptions *Verb::common()
 
 ExitCode Verb::run(const TerminationSignals &signals)
 {
-    StandardOutput output;
-    DeviceSession session;
-    m_output = &output;
-    m_session = &session;
-    connect(&output, &StandardOutput::closed, this, [this] { finish(ExitCode::Done); });
-    connect(&output, &StandardOutput::failed, this, [this](const QString &reason) {
+    m_output = std::make_unique<StandardOutput>();
+    m_session = std::make_unique<DeviceSession>();
+    connect(m_output.get(), &StandardOutput::closed, this, [this] { finish(ExitCode::Done); });
+    connect(m_output.get(), &StandardOutput::failed, this, [this](const QString &reason) {
         fail(ExitCode::Failed,
              QStringLiteral("Standard output cannot be written: %1.").arg(reason));
     });
     connect(&signals, &TerminationSignals::terminationRequested, this, &Verb::interrupted);
-    connect(&session, &DeviceSession::stateChanged, this, &Verb::followState);
+    connect(m_session.get(), &DeviceSession::stateChanged, this, &Verb::followState);
     QMetaObject::invokeMethod(this, &Verb::start, Qt::QueuedConnection);
     QCoreApplication::exec();
-    session.disconnect(this);
-    session.close();
+    m_session->disconnect(this);
+    m_session->close();
     return m_code;
 }
 
@@ -82,12 +80,12 @@ void Verb::interrupted()
 
 DeviceSession *Verb::session() const
 {
-    return m_session;
+    return m_session.get();
 }
 
 StandardOutput *Verb::output()
 {
-    return m_output;
+    return m_output.get();
 }
 
 bool Verb::isJson() const

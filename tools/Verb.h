@@ -8,6 +8,8 @@
 
 #include <QObject>
 
+#include <memory>
+
 class TerminationSignals;
 class VerbOptions;
 
@@ -77,8 +79,9 @@ private:
     const QString m_name;
     const QString m_description;
     CommonOptions m_common;
-    StandardOutput *m_output = nullptr;
-    DeviceSession *m_session = nullptr;
+    // Both from `run` on.
+    std::unique_ptr<StandardOutput> m_output;
+    std::unique_ptr<DeviceSession> m_session;
     ExitCode m_code = ExitCode::Done;
     bool m_isFinished = false;
 };
