@@ -34,6 +34,11 @@ TerminationSignals::~TerminationSignals()
     close(m_descriptor);
 }
 
+int TerminationSignals::descriptor() const
+{
+    return m_descriptor;
+}
+
 void TerminationSignals::read()
 {
     signalfd_siginfo info{};

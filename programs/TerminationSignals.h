@@ -13,6 +13,10 @@ public:
     TerminationSignals();
     ~TerminationSignals() override;
 
+    /// Can be read while a signal waits to be taken: for who waits for something else without the
+    /// event loop.
+    int descriptor() const;
+
 Q_SIGNALS:
     void terminationRequested();
 

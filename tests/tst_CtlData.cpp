@@ -1,9 +1,6 @@
 #include "CtlProcess.h"
-#include "LocalPeer.h"
 #include "ServerProcess.h"
 #include "TestMain.h"
-#include "Waiting.h"
-#include "WireBytes.h"
 
 #include <QFile>
 #include <QTest>
@@ -35,7 +32,6 @@ private Q_SLOTS:
     void confirmsInJson();
     void saysWhatTheDeviceRefuses_data();
     void saysWhatTheDeviceRefuses();
-    void saysWhatWasReadBack();
 
 private:
     ServerProcess m_server;
@@ -169,36 +165,6 @@ void tst_CtlData::saysWhatTheDeviceRefuses()
     QVERIFY2(m_ctl.errors().startsWith(QLatin1String("ksproxyctl: ") + message),
              qPrintable(m_ctl.errors()));
     QCOMPARE(m_ctl.output(), QByteArray());
-}
-
-// No equipment forgets what is written to it, so the server is played here.
-void tst_CtlData::saysWhatWasReadBack()
-{
-    m_server.kill();
-    QVERIFY(m_server.waitForEnd());
-    LocalPeer peer;
-    QVERIFY(peer.isListening());
-    m_ctl.start({QStringLiteral("write"), QStringLiteral("COM1"), QStringLiteral("--hex=010203"),
-                 QStringLiteral("--address=0x10"), QStringLiteral("--verify")});
-    QTRY_COMPARE_WITH_TIMEOUT(peer.bodies().value(0), WireBytes::body(0), WaitLimitMs);
-    peer.send(WireBytes::message(0, "COM1/1/1/x/1,1.0"));
-    const auto request = [&peer](char id) {
-        const QList<QByteArray> bodies = peer.bodies();
-        for (const QByteArray &body : bodies) {
-            if (body.at(0) == id && body.contains("serverConnectionKey=COM1;"))
-                return body.mid(1, body.indexOf(";timeout=") - 1);
-        }
-        return QByteArray();
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(!request(10).isEmpty(), WaitLimitMs);
-    peer.send(WireBytes::message(14, request(10) + ";commResult=0;dataLength=0;data="));
-    QTRY_VERIFY_WITH_TIMEOUT(!request(7).isEmpty(), WaitLimitMs);
-    peer.send(WireBytes::message(11, request(7) + ";commResult=0;dataLength=3;data=AQX/"));
-    QVERIFY(m_ctl.waitForEnd());
-    QCOMPARE(m_ctl.errors(),
-             QStringLiteral("ksproxyctl: What was read back at 0x00000011 is 05ff; 0203 was "
-                            "written.\n"));
-    QCOMPARE(m_ctl.exitCode(), 9);
 }
 
 KSPROXY_TEST_MAIN(tst_CtlData)

@@ -52,6 +52,7 @@ private Q_SLOTS:
     void watchesForATime();
     void endsQuietlyWhenItsReaderGoes();
     void endsQuietlyWhenItsReaderHasEnough();
+    void canBeInterruptedWhileItsReaderDoesNotRead();
     void saysWhenTheServerGoesAndComesBack();
     void pollsWhatChanges_data();
     void pollsWhatChanges();
@@ -172,6 +173,21 @@ void tst_CtlStreams::endsQuietlyWhenItsReaderHasEnough()
     QVERIFY(!ctl.hasCrashed());
     QCOMPARE(ctl.exitCode(), 0);
     QCOMPARE(ctl.errors(), QString());
+}
+
+void tst_CtlStreams::canBeInterruptedWhileItsReaderDoesNotRead()
+{
+    NamedPipe pipe;
+    CtlProcess ctl;
+    ctl.setOutputFile(pipe.fileName());
+    ctl.start({QStringLiteral("dump"), QStringLiteral("COM1"), QStringLiteral("--length=60000"),
+               QStringLiteral("--format=hex")});
+    QTRY_VERIFY_WITH_TIMEOUT(pipe.isFilled(), WaitLimitMs);
+    ctl.sendSignal(SIGTERM);
+    QVERIFY(ctl.waitForEnd());
+    QVERIFY(!ctl.hasCrashed());
+    QCOMPARE(ctl.exitCode(), 130);
+    QCOMPARE(ctl.errors(), QStringLiteral("ksproxyctl: Interrupted.\n"));
 }
 
 void tst_CtlStreams::saysWhenTheServerGoesAndComesBack()

@@ -1,12 +1,16 @@
 #include "StandardOutput.h"
 
+#include "TerminationSignals.h"
+
 #include <QJsonDocument>
 #include <QSocketNotifier>
 
 #include <poll.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 namespace {
@@ -19,7 +23,8 @@ bool hasReaderGone()
 
 } // namespace
 
-StandardOutput::StandardOutput()
+StandardOutput::StandardOutput(const TerminationSignals &signals)
+    : m_signals(signals.descriptor())
 {
     // Tells of the end of a pipe's reader, too.
     auto *const notifier = new QSocketNotifier(STDOUT_FILENO, QSocketNotifier::Exception, this);
@@ -35,7 +40,14 @@ void StandardOutput::write(const QByteArray &bytes)
     const char *rest = bytes.constData();
     qint64 count = bytes.size();
     while (m_isUsable && count > 0) {
-        const ssize_t written = ::write(STDOUT_FILENO, rest, static_cast<size_t>(count));
+        m_isUsable = waitForRoom();
+        if (!m_isUsable) {
+            Q_EMIT interrupted();
+            return;
+        }
+        // A pipe that has room takes that much without waiting.
+        const auto portion = static_cast<size_t>(qMin<qint64>(count, PIPE_BUF));
+        const ssize_t written = ::write(STDOUT_FILENO, rest, portion);
         if (written >= 0) {
             rest += written;
             count -= written;
@@ -47,6 +59,14 @@ void StandardOutput::write(const QByteArray &bytes)
                 Q_EMIT failed(QString::fromLocal8Bit(std::strerror(errno)));
         }
     }
+}
+
+// False when a signal comes first.
+bool StandardOutput::waitForRoom() const
+{
+    std::array<pollfd, 2> waiting{{{STDOUT_FILENO, POLLOUT, 0}, {m_signals, POLLIN, 0}}};
+    while (poll(waiting.data(), waiting.size(), -1) < 0 && errno == EINTR) { }
+    return waiting[0].revents != 0 || waiting[1].revents == 0;
 }
 
 void StandardOutput::text(const QString &text)

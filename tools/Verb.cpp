@@ -40,13 +40,14 @@ CommonOptions *Verb::common()
 
 ExitCode Verb::run(const TerminationSignals &signals)
 {
-    m_output = std::make_unique<StandardOutput>();
+    m_output = std::make_unique<StandardOutput>(signals);
     m_session = std::make_unique<DeviceSession>();
     connect(m_output.get(), &StandardOutput::closed, this, [this] { finish(ExitCode::Done); });
     connect(m_output.get(), &StandardOutput::failed, this, [this](const QString &reason) {
         fail(ExitCode::Failed,
              QStringLiteral("Standard output cannot be written: %1.").arg(reason));
     });
+    connect(m_output.get(), &StandardOutput::interrupted, this, &Verb::interrupted);
     connect(&signals, &TerminationSignals::terminationRequested, this, &Verb::interrupted);
     connect(m_session.get(), &DeviceSession::stateChanged, this, &Verb::followState);
     QMetaObject::invokeMethod(this, &Verb::start, Qt::QueuedConnection);
