@@ -255,6 +255,7 @@ void ServerLink::handOver(PackageBase *package, Purpose purpose)
         complete(package, purpose, reply);
     });
     m_proxy->SendPackageMessage(package);
+    package->setData(QByteArray()); // it is encoded by now, and may never be answered
 }
 
 void ServerLink::complete(PackageBase *package, Purpose purpose, PackageBase *reply)

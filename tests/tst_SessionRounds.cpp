@@ -32,6 +32,7 @@ private Q_SLOTS:
     void initTestCase();
     void leavesNothingBehind_data();
     void leavesNothingBehind();
+    void keepsNoDataOfUnansweredWrites();
 
 private:
     static void goRound(DeviceSession *session);
@@ -96,6 +97,32 @@ void tst_SessionRounds::leavesNothingBehind()
 #ifdef KSPROXY_MEASURES_HEAP
     QVERIFY2(growth < rounds * GrowthPerRound, qPrintable(QString::number(growth)));
 #endif
+}
+
+void tst_SessionRounds::keepsNoDataOfUnansweredWrites()
+{
+#ifndef KSPROXY_MEASURES_HEAP
+    QSKIP("the heap is the sanitizer's");
+#endif
+    constexpr int writes = 100;
+    constexpr int bytes = 60000;
+    DeviceSession session;
+    QVERIFY(session.open(SessionFixture::options()));
+    QTRY_COMPARE_WITH_TIMEOUT(session.state(), State::Ready, WaitLimitMs);
+    QVERIFY(m_server.control.tell(R"({"do":"fault","key":"COM1","fault":"drop","count":0})"));
+    const qint64 heap = heapInUse();
+    QList<DeviceReply *> replies;
+    for (int i = 0; i < writes; ++i)
+        replies.append(session.write({Key, 0}, QByteArray(bytes, 'x'), 3000));
+    for (const DeviceReply *const reply : qAsConst(replies)) {
+        QVERIFY(waitForEnd(*reply));
+        QCOMPARE(reply->error(), Code::TimedOut);
+        QVERIFY(reply->serialNumber() != 0);
+    }
+    qDeleteAll(replies);
+    const qint64 growth = heapInUse() - heap;
+    qInfo("%d unanswered writes of %d bytes: %lld bytes of heap more", writes, bytes, growth);
+    QVERIFY2(growth < writes * bytes / 10, qPrintable(QString::number(growth)));
 }
 
 KSPROXY_TEST_MAIN(tst_SessionRounds)
