@@ -11,7 +11,8 @@ constexpr qint64 AheadNs = 3 * IntervalNs;
 
 } // namespace
 
-SendPacer::SendPacer()
+SendPacer::SendPacer(std::function<bool()> isHeldUp)
+    : m_isHeldUp(std::move(isHeldUp))
 {
     m_clock.start();
     m_timer.setSingleShot(true);
@@ -34,14 +35,14 @@ void SendPacer::clear()
 
 void SendPacer::goOn()
 {
-    while (!m_turns.empty() && waitNs() <= 0) {
+    while (!m_turns.empty() && waitNs() <= 0 && !m_isHeldUp()) {
         const Turn turn = std::move(m_turns.front());
         m_turns.pop_front();
         if (turn())
             m_earliestNs = qMax(m_earliestNs, m_clock.nsecsElapsed()) + IntervalNs;
     }
     if (!m_turns.empty())
-        m_timer.start(static_cast<int>(waitNs() / NsPerMs) + 1);
+        m_timer.start(qMax(0, static_cast<int>(waitNs() / NsPerMs)) + 1);
 }
 
 qint64 SendPacer::waitNs() const

@@ -18,7 +18,9 @@ public:
     /// Sends something; false when it has been withdrawn and nothing is sent.
     using Turn = std::function<bool()>;
 
-    SendPacer();
+    /// \a isHeldUp tells whether the proxy has not yet sent what it was given: its own pace is
+    /// never quite that of a clock.
+    explicit SendPacer(std::function<bool()> isHeldUp);
 
     /// Has \a turn called in its turn, at once when nothing was sent for a while. It must not
     /// delete the pacer.
@@ -30,6 +32,7 @@ private:
     void goOn();
     qint64 waitNs() const;
 
+    const std::function<bool()> m_isHeldUp;
     std::deque<Turn> m_turns;
     QElapsedTimer m_clock;
     QTimer m_timer;

@@ -13,6 +13,7 @@ namespace {
 constexpr int AnswerPollMs = 5;
 constexpr int WatchMs = 100;
 constexpr int ProbeAfterMs = 400;
+constexpr int MostUnsent = 4;
 constexpr int MostCatchers = 32;
 constexpr int CatchersPerWatch = 2; // each takes the place of a request for 10 ms
 const QString Mark = QStringLiteral("not registered yet");
@@ -113,6 +114,19 @@ QString ServerLink::serverVersion() const
 QMap<QString, EquipmentInfo> ServerLink::equipmentTable() const
 {
     return m_proxy->equipmentTable();
+}
+
+bool ServerLink::isHeldUp()
+{
+    while (!m_unsent.isEmpty() && hasLeft(m_unsent.head()))
+        m_unsent.dequeue();
+    return m_unsent.size() > MostUnsent;
+}
+
+// The proxy finds among its pending requests only what it has sent.
+bool ServerLink::hasLeft(quint64 serialNumber) const
+{
+    return m_proxy->MatchRequest(static_cast<unsigned int>(serialNumber)) != nullptr;
 }
 
 void ServerLink::send(PackageBase *package)
@@ -254,6 +268,7 @@ void ServerLink::handOver(PackageBase *package, Purpose purpose)
     package->setCompletionHandler([this, package, purpose](void *, PackageBase *reply) {
         complete(package, purpose, reply);
     });
+    m_unsent.enqueue(package->getSerialNum());
     m_proxy->SendPackageMessage(package);
     package->setData(QByteArray()); // it is encoded by now, and may never be answered
 }
@@ -261,6 +276,8 @@ void ServerLink::handOver(PackageBase *package, Purpose purpose)
 void ServerLink::complete(PackageBase *package, Purpose purpose, PackageBase *reply)
 {
     package->deleteLater();
+    while (m_unsent.contains(package->getSerialNum()))
+        m_unsent.dequeue(); // and all before it, which left before
     if (reply == package) {
         loseConnection(tr("The connection to the server is broken."));
         return;

@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
+#include <QQueue>
 #include <QTimer>
 
 #include <functional>
@@ -43,6 +44,9 @@ public:
 
     QString serverVersion() const;
     QMap<QString, EquipmentInfo> equipmentTable() const;
+
+    /// Whether the proxy has several packages that it has not sent yet.
+    bool isHeldUp();
 
     /// Takes over \a package and sends it; `answered` may follow.
     void send(PackageBase *package);
@@ -83,12 +87,14 @@ private:
     void loseConnection(const QString &reason);
 
     void handOver(PackageBase *package, Purpose purpose);
+    bool hasLeft(quint64 serialNumber) const;
     void complete(PackageBase *package, Purpose purpose, PackageBase *reply);
     void receiveBroadcast(const PackageBase &package);
 
     KVTServerMessageOldProxy *m_proxy;
     const bool m_isSecondHand;
     QObject m_packages; // parent of the packages that the proxy has
+    QQueue<quint64> m_unsent; // serial numbers of packages, as far as is known
     QMap<QString, EquipmentInfo> m_table; // as last looked at
     QTimer m_watch;
     QElapsedTimer m_sinceProbe;

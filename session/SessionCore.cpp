@@ -12,6 +12,7 @@ constexpr int FirstDelayMs = 20; // while opening
 
 SessionCore::SessionCore(DeviceSession *session)
     : m_session(session)
+    , m_pacer([this] { return m_link->isHeldUp(); })
 {
     m_attempt.setSingleShot(true);
     connect(&m_attempt, &QTimer::timeout, this, &SessionCore::attempt);

@@ -1,5 +1,4 @@
 #include "Pattern.h"
-#include "RawClient.h"
 #include "TestMain.h"
 
 #include <QSignalSpy>
@@ -10,6 +9,7 @@ using State = DeviceSession::State;
 namespace {
 
 const QString Key = QStringLiteral("COM1");
+constexpr int MostGivenAway = 12;
 constexpr int LongWaitMs = 90000; // for a thousand requests, which take ten seconds and more
 
 } // namespace
@@ -86,7 +86,6 @@ void tst_DeviceReply::saysWhereAndHowLong()
     QCOMPARE(reply->address().scanBoard, 2);
     QCOMPARE(reply->address().deviceType, 3);
     QVERIFY(waitForEnd(*reply));
-    QVERIFY(reply->serialNumber() != 0);
     const qint64 elapsed = reply->elapsed();
     QVERIFY2(elapsed >= latencyMs && elapsed < WaitLimitMs, qPrintable(QString::number(elapsed)));
     QVERIFY(waitForEnd(*later));
@@ -122,7 +121,6 @@ void tst_DeviceReply::failsEarlyThroughFinished()
     SessionFixture f;
     QVERIFY(f.open());
     const QScopedPointer<DeviceReply> reply(f.session.read({key, address}, length, timeoutMs));
-    QVERIFY(reply);
     const QSignalSpy spy(reply.data(), &DeviceReply::finished);
     QVERIFY(!reply->isFinished());
     QVERIFY(waitForEnd(*reply));
@@ -265,6 +263,9 @@ void tst_DeviceReply::answersAThousandRequestsEachWithItsOwn()
         replies.append(f.session.read({Key, quint32(i * 17)}, 1 + i % 50, LongWaitMs));
         connect(replies.last(), &DeviceReply::finished, this, [&finished] { ++finished; });
     }
+    // No more is given away than leaves: the rest can still be withdrawn, to the end.
+    QTRY_VERIFY_WITH_TIMEOUT(replies.at(requests - 20)->serialNumber() != 0, LongWaitMs);
+    QVERIFY2(finished > requests - 20 - MostGivenAway, qPrintable(QString::number(finished)));
     QTRY_COMPARE_WITH_TIMEOUT(finished, requests, LongWaitMs);
     for (int i = 0; i < requests; ++i)
         QCOMPARE(replies.at(i)->data(), pattern(i * 17, 1 + i % 50));
