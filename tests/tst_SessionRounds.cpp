@@ -69,7 +69,7 @@ void tst_SessionRounds::leavesNothingBehind_data()
     QTest::addColumn<bool>("isOneObject");
     QTest::addColumn<int>("rounds");
     QTest::newRow("one session") << true << KSPROXY_OPEN_ROUNDS;
-    QTest::newRow("a new session each time") << false << KSPROXY_OPEN_ROUNDS / 2;
+    QTest::newRow("a new session each time") << false << KSPROXY_OPEN_ROUNDS / 5;
 }
 
 void tst_SessionRounds::leavesNothingBehind()
