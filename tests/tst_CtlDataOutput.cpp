@@ -2,8 +2,10 @@
 #include "ServerProcess.h"
 #include "Terminal.h"
 #include "TestMain.h"
+#include "Waiting.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QTest>
 
 namespace {
@@ -40,6 +42,8 @@ private Q_SLOTS:
     void writesToWhatIsNoRegularFile();
     void saysThatTheFileCannotBeWritten();
     void saysThatTheOutputCannotBeWritten();
+    void copesWithClosedStreams_data();
+    void copesWithClosedStreams();
     void showsAHexDumpOnATerminal();
 
 private:
@@ -156,6 +160,35 @@ void tst_CtlDataOutput::saysThatTheOutputCannotBeWritten()
     QCOMPARE(ctl.errors(),
              QStringLiteral("ksproxyctl: Standard output cannot be written: No space left on "
                             "device.\n"));
+}
+
+void tst_CtlDataOutput::copesWithClosedStreams_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QByteArray>("errors");
+    QTest::newRow("output") << QStringLiteral("\"$0\" list --no-start >&-") << 1
+                            << QByteArray("ksproxyctl: Standard output cannot be written: Bad "
+                                          "file descriptor.\n");
+    QTest::newRow("input") << QStringLiteral("\"$0\" write COM1 --no-start <&-") << 1
+                           << QByteArray("ksproxyctl: Standard input cannot be read: ");
+    QTest::newRow("errors") << QStringLiteral("\"$0\" read COM9 --no-start 2>&-") << 5
+                            << QByteArray();
+    QTest::newRow("all") << QStringLiteral("\"$0\" list --no-start <&- >&- 2>&-") << 1
+                         << QByteArray();
+}
+
+void tst_CtlDataOutput::copesWithClosedStreams()
+{
+    QFETCH(QString, command);
+    QFETCH(QByteArray, errors);
+    QProcess shell;
+    shell.start(QStringLiteral("bash"),
+                {QStringLiteral("-c"), command, QStringLiteral(KSPROXY_CTL_PROGRAM)});
+    QVERIFY(shell.waitForFinished(WaitLimitMs));
+    QTEST(shell.exitCode(), "code");
+    const QByteArray said = shell.readAllStandardError();
+    QVERIFY2(said.startsWith(errors) && said.isEmpty() == errors.isEmpty(), said.constData());
 }
 
 void tst_CtlDataOutput::showsAHexDumpOnATerminal()

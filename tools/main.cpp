@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "Diagnostics.h"
+#include "StandardStreams.h"
 #include "TerminationSignals.h"
 #include "Verb.h"
 
@@ -19,6 +20,7 @@ int exitValue(ExitCode code)
 
 int main(int argc, char **argv)
 {
+    StandardStreams::occupy();
     // Whoever reads what this program says may go away; the verb notices and ends quietly.
     std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argc, argv);
