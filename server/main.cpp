@@ -6,6 +6,7 @@
 #include "ServerLog.h"
 #include "ServerOptions.h"
 #include "ServerSocket.h"
+#include "StandardStreams.h"
 #include "TerminationSignals.h"
 #include "Timeline.h"
 
@@ -87,6 +88,7 @@ int serve(const ServerOptions &options, const Scenario &scenario)
 
 int main(int argc, char **argv)
 {
+    StandardStreams::occupy();
     // Whoever reads what this program says may go away; it serves its clients all the same.
     std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argc, argv);

@@ -1,3 +1,4 @@
+#include "NamedPipe.h"
 #include "RawClient.h"
 #include "ServerProcess.h"
 #include "TestMain.h"
@@ -41,6 +42,7 @@ private Q_SLOTS:
     void refusesToReplaceWhatIsNotASocket();
     void leavesAnotherServersSocketAlone();
     void survivesTheLossOfItsOutput();
+    void startsWithoutStandardStreams();
     void endsWhenIdle();
     void staysWhileAClientIsConnected();
     void refusesBadOptions_data();
@@ -184,16 +186,42 @@ void tst_DeviceServerProcess::leavesAnotherServersSocketAlone()
 
 void tst_DeviceServerProcess::survivesTheLossOfItsOutput()
 {
+    NamedPipe errors;
     ServerProcess server;
+    server.sendErrorsTo(errors.fileName());
     QVERIFY(server.start());
-    server.closeErrors();
     RawClient client;
     QVERIFY(client.registerAtServer());
+    client.send(14, "an order, which is logged");
+    QTRY_VERIFY_WITH_TIMEOUT(errors.isFilled(), WaitLimitMs);
+    errors.closeReader();
     for (int i = 0; i < 3; ++i)
         client.send(14, "an order, which is logged");
     client.send(14, "identify");
     QTRY_COMPARE_WITH_TIMEOUT(client.count(18), 1, WaitLimitMs);
     QVERIFY(server.isRunning());
+}
+
+// The sockets and the lock file would get the numbers of the closed streams.
+void tst_DeviceServerProcess::startsWithoutStandardStreams()
+{
+    const ServerProcess namesTheProgram;
+    QProcess server;
+    server.start(QStringLiteral("bash"),
+                 {QStringLiteral("-c"), QStringLiteral("exec \"$0\" --verbose <&- >&- 2>&-"),
+                  testFolder() + QLatin1String("/simserver")});
+    QVERIFY(server.waitForStarted(WaitLimitMs));
+    RawClient client;
+    QTRY_VERIFY_WITH_TIMEOUT(client.connectToServer(), WaitLimitMs);
+    QVERIFY(client.registerAtServer());
+    QFile lock(socketPath() + QLatin1String(".lock"));
+    QVERIFY(lock.open(QIODevice::ReadOnly));
+    QCOMPARE(lock.readLine().trimmed(), QByteArray::number(server.processId()));
+    const QByteArray rest = lock.readAll();
+    QVERIFY2(!rest.contains("client"), rest.constData()); // what it says of each message
+    server.terminate();
+    QVERIFY(server.waitForFinished(WaitLimitMs));
+    QCOMPARE(server.exitCode(), 0);
 }
 
 void tst_DeviceServerProcess::endsWhenIdle()

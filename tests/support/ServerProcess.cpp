@@ -80,9 +80,9 @@ QString ServerProcess::errors()
     return QString::fromLocal8Bit(m_errors);
 }
 
-void ServerProcess::closeErrors()
+void ServerProcess::sendErrorsTo(const QString &fileName)
 {
-    m_process.closeReadChannel(QProcess::StandardError);
+    m_process.setStandardErrorFile(fileName);
 }
 
 void ServerProcess::terminate()

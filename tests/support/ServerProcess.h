@@ -30,8 +30,8 @@ public:
     QString output();
     QString errors();
 
-    /// Closes this end of its standard error: its next line there has no reader.
-    void closeErrors();
+    /// Before the start: has it write its standard error to that file.
+    void sendErrorsTo(const QString &fileName);
 
     void terminate();
     void kill();
