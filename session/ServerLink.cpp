@@ -6,6 +6,9 @@
 #include "SessionLog.h"
 #include "SpareProxies.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+
 #include <utility>
 
 namespace {
@@ -17,6 +20,23 @@ constexpr int MostUnsent = 4;
 constexpr int MostCatchers = 32;
 constexpr int CatchersPerWatch = 2; // each takes the place of a request for 10 ms
 const QString Mark = QStringLiteral("not registered yet");
+
+class Emission : public QEvent
+{
+public:
+    explicit Emission(std::function<void()> emission)
+        : QEvent(QEvent::User)
+        , m_emission(std::move(emission))
+    { }
+
+    void run() const
+    {
+        m_emission();
+    }
+
+private:
+    const std::function<void()> m_emission;
+};
 
 EquipmentAddress addressOf(const PackageBase &package)
 {
@@ -58,7 +78,7 @@ void ServerLink::connectProxy()
             [this] { m_hasRegisterError = true; });
     connect(m_proxy, &IKVTServerBaseProxy::EquipmentChangeEvent, this, [this] {
         markTableAgain();
-        Q_EMIT tableReplaced();
+        emitInTurn([this] { Q_EMIT tableReplaced(); });
     });
     connect(m_proxy, &IKVTServerBaseProxy::CompleteConnectAllController, this, [this] {
         markTableAgain();
@@ -67,7 +87,7 @@ void ServerLink::connectProxy()
     });
     connect(m_proxy, &IKVTServerBaseProxy::BeginConnectEquipment, this,
             [this](void *, const ConnectEquipmentEventArgs &args) {
-                Q_EMIT connectionBeginning(args.portNam());
+                emitInTurn([this, port = args.portNam()] { Q_EMIT connectionBeginning(port); });
             });
     connect(m_proxy, &IKVTServerBaseProxy::BeginConnectAllController, this,
             &ServerLink::allControllersConnecting);
@@ -75,6 +95,18 @@ void ServerLink::connectProxy()
             [this](void *, const CompletePackageRequestEventArgs &args) {
                 receiveBroadcast(*args.request());
             });
+}
+
+// The proxy posts some of its signals, with high priority, and raises others at once: these would
+// overtake the former.
+void ServerLink::emitInTurn(std::function<void()> emission)
+{
+    QCoreApplication::postEvent(this, new Emission(std::move(emission)), Qt::HighEventPriority);
+}
+
+void ServerLink::customEvent(QEvent *event)
+{
+    static_cast<Emission *>(event)->run();
 }
 
 bool ServerLink::connectToServer()

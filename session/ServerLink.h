@@ -22,7 +22,7 @@ class PackageBase;
 /// else is written a small read request is sent for that purpose. A link that is lost never comes
 /// back.
 ///
-/// The signals come from inside the proxy's own calls, except `confirmed`, `refused` and `lost`,
+/// The signals may come from inside the proxy's own calls, except `confirmed`, `refused` and `lost`,
 /// in whose slots the link may be deleted.
 class ServerLink : public QObject
 {
@@ -66,10 +66,14 @@ Q_SIGNALS:
     void allControllersConnected();
     void broadcastReceived(const DeviceBroadcast &broadcast);
 
+protected:
+    void customEvent(QEvent *event) override;
+
 private:
     enum class Purpose { Request, Probe, Catcher };
 
     void connectProxy();
+    void emitInTurn(std::function<void()> emission);
     void watch();
 
     void markTable();
