@@ -1,6 +1,5 @@
-#include "RawClient.h"
 #include "RequestText.h"
-#include "SteeredServer.h"
+#include "SteeredTest.h"
 #include "TestMain.h"
 #include "Waiting.h"
 #include "WireBytes.h"
@@ -9,14 +8,11 @@
 #include <QJsonArray>
 #include <QTest>
 
-class tst_SimulatorFaults : public QObject
+class tst_SimulatorFaults : public SteeredTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-
     void changesTheBytesOfAReply_data();
     void changesTheBytesOfAReply();
     void dropsTheReplyOnce();
@@ -47,46 +43,13 @@ private Q_SLOTS:
 private:
     /// Sends a read request.
     void ask(int serial, const QByteArray &key = "COM1");
-    /// Whether an answer to a further request comes: what is missing then will not come any more.
-    bool isServed(RawClient *client);
     /// The serial numbers of the replies that have arrived.
     QList<QByteArray> serials() const;
-
-    QScopedPointer<SteeredServer> m_server;
-    QScopedPointer<RawClient> m_client;
 };
-
-void tst_SimulatorFaults::init()
-{
-    m_server.reset(new SteeredServer);
-    m_client.reset(new RawClient);
-    // No heartbeat comes between what a test looks at.
-    const QString scenario
-        = SteeredServer::written(QStringLiteral("quiet.json"), R"({"heartbeat":0})");
-    QVERIFY2(m_server->start({QStringLiteral("--scenario"), scenario}),
-             qPrintable(m_server->process.errors()));
-    QVERIFY(m_client->registerAtServer());
-    m_client->clear();
-}
-
-void tst_SimulatorFaults::cleanup()
-{
-    m_client.reset();
-    if (m_server->process.isRunning())
-        QVERIFY2(m_server->end(), qPrintable(m_server->process.errors()));
-    m_server.reset();
-}
 
 void tst_SimulatorFaults::ask(int serial, const QByteArray &key)
 {
     m_client->send(7, readText(QByteArray::number(serial), key, 0, 1));
-}
-
-bool tst_SimulatorFaults::isServed(RawClient *client)
-{
-    const int before = client->count(18);
-    client->send(14, "identify");
-    return QTest::qWaitFor([&] { return client->count(18) > before; }, WaitLimitMs);
 }
 
 QList<QByteArray> tst_SimulatorFaults::serials() const
