@@ -22,8 +22,8 @@ class PackageBase;
 /// else is written a small read request is sent for that purpose. A link that is lost never comes
 /// back.
 ///
-/// The signals may come from inside the proxy's own calls, except `confirmed`, `refused` and `lost`,
-/// in whose slots the link may be deleted.
+/// The signals may come from inside the proxy's own calls, except `confirmed`, `refused` and
+/// `lost`, in whose slots the link may be deleted.
 class ServerLink : public QObject
 {
     Q_OBJECT
