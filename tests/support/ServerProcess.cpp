@@ -8,13 +8,6 @@
 
 #include <signal.h>
 
-ServerProcess::ServerProcess()
-{
-    const QString link = testFolder() + QLatin1String("/simserver");
-    QFile::link(QStringLiteral(KSPROXY_SERVER_PROGRAM), link); // may stand there already
-    m_process.setProgram(link);
-}
-
 ServerProcess::~ServerProcess()
 {
     if (!isRunning())
@@ -38,6 +31,10 @@ void ServerProcess::launch(const QStringList &arguments)
 {
     m_output.clear();
     m_errors.clear();
+    // Not before: a member of a test is made before the test's folder is.
+    const QString link = testFolder() + QLatin1String("/simserver");
+    QFile::link(QStringLiteral(KSPROXY_SERVER_PROGRAM), link); // may stand there already
+    m_process.setProgram(link);
     m_process.setArguments(arguments);
     m_process.start(QIODevice::ReadOnly);
     m_process.waitForStarted(WaitLimitMs);

@@ -10,7 +10,7 @@
 class ServerProcess
 {
 public:
-    ServerProcess();
+    ServerProcess() = default;
     ~ServerProcess();
 
     /// Starts it and waits until it says that it listens; false when it ends instead.
