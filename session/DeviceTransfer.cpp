@@ -47,7 +47,7 @@ void DeviceTransfer::setVerifying(bool on)
 void DeviceTransfer::read(const EquipmentAddress &address, int length)
 {
     if (isOnOwnThread(this, "DeviceTransfer::read") && d->isIdle("DeviceTransfer::read"))
-        d->start(Phase::Reading, address, QByteArray(qMax(0, length), '\0'));
+        d->startReading(address, length);
 }
 
 void DeviceTransfer::write(const EquipmentAddress &address, const QByteArray &data)

@@ -32,6 +32,8 @@ public:
     static constexpr int DefaultChunkBytes = 256 * 1024;
     static constexpr int DefaultWindow = 8;
     static constexpr int MaxWindow = 1000;
+    /// The longest transfer, in bytes: it is held in memory as a whole.
+    static constexpr int MaxBytes = 256 * 1024 * 1024;
 
     /// \a session must not be null and stays the caller's.
     explicit DeviceTransfer(DeviceSession *session, QObject *parent = nullptr);
@@ -48,8 +50,9 @@ public:
     /// Whether a write is read back and compared afterwards. Off at first.
     void setVerifying(bool on);
 
-    /// Starts. Nothing to read or write is refused, as is a range that leaves the 32-bit addresses;
-    /// the refusal too comes through `finished`. A second start is refused with a log line.
+    /// Starts. Takes 1 to `MaxBytes`; another length is refused, as is a range that leaves the
+    /// 32-bit addresses; the refusal too comes through `finished`. A second start is refused with a
+    /// log line.
     void read(const EquipmentAddress &address, int length);
     void write(const EquipmentAddress &address, const QByteArray &data);
 

@@ -47,13 +47,19 @@ void DeviceTransferPrivate::start(Phase firstPhase, const EquipmentAddress &addr
     fillWindow();
 }
 
+void DeviceTransferPrivate::startReading(const EquipmentAddress &address, int length)
+{
+    const bool isAllowed = length > 0 && length <= DeviceTransfer::MaxBytes;
+    start(Phase::Reading, address, QByteArray(isAllowed ? length : 0, '\0'));
+}
+
 SessionError DeviceTransferPrivate::problemAtStart() const
 {
     const auto invalid = SessionError::Code::InvalidArgument;
     if (!m_session)
         return {SessionError::Code::SessionClosed, tr("The session was destroyed.")};
-    if (data.isEmpty())
-        return {invalid, tr("A transfer takes at least 1 byte.")};
+    if (data.isEmpty() || data.size() > DeviceTransfer::MaxBytes)
+        return {invalid, tr("A transfer takes 1 to %1 bytes.").arg(DeviceTransfer::MaxBytes)};
     if (m_address.address + qint64(data.size()) > AddressSpace)
         return {invalid, tr("The range leaves the 32-bit addresses.")};
     if (chunkBytes < 1 || chunkBytes > DeviceSession::MaxRequestBytes)

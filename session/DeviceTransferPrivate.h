@@ -23,6 +23,8 @@ public:
 
     /// Starts with \a phase; \a data is what is written, or room for what is read.
     void start(Phase phase, const EquipmentAddress &address, const QByteArray &data);
+    /// The same for reading; a length that is refused gets no room.
+    void startReading(const EquipmentAddress &address, int length);
     void end(const SessionError &error);
 
     /// False, with a log line, once it has been started.

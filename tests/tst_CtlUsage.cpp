@@ -75,6 +75,8 @@ void tst_CtlUsage::refusesABadCommandLine_data()
            QStringLiteral("--length takes 1 to 8388608 bytes, not \"0\"."));
     addRow("a length over the limit", words("read COM1 --length 0x800001"),
            QStringLiteral("--length takes 1 to 8388608 bytes, not \"0x800001\"."));
+    addRow("a dump over the limit", words("dump COM1 --length 0x7fffffff"),
+           QStringLiteral("--length takes 1 to 268435456 bytes, not \"0x7fffffff\"."));
     addRow("an address over 32 bits", words("read COM1 --address 0x100000000"),
            QStringLiteral("--address takes 0 to 4294967295 (an address in bytes), not "
                           "\"0x100000000\"."));
@@ -145,6 +147,10 @@ void tst_CtlUsage::refusesFilesThatCannotBeRead_data()
            QStringLiteral("\"/no/such\" cannot be read: No such file or directory."));
     addRow("write from a folder", words("write COM1 --file /"),
            QStringLiteral("\"/\" cannot be read: "));
+    addRow("write more than one request carries", words("write COM1 --file /dev/zero"),
+           QStringLiteral("\"/dev/zero\" holds more than 8388608 bytes."));
+    addRow("load more than a transfer carries", words("load COM1 /dev/zero"),
+           QStringLiteral("\"/dev/zero\" holds more than 268435456 bytes."));
     addRow("load a file that is not there", words("load COM1 /no/such"),
            QStringLiteral("\"/no/such\" cannot be read: No such file or directory."));
     addRow("load an empty file", words("load COM1 /dev/null"),

@@ -6,6 +6,8 @@
 
 #include <QSignalSpy>
 
+#include <limits>
+
 using Code = SessionError::Code;
 using State = DeviceSession::State;
 
@@ -209,6 +211,10 @@ void tst_DeviceTransfer::refusesBadSettings_data()
     QTest::newRow("empty key") << QString() << 0U << 9 << 1 << 1 << normal;
     QTest::newRow("nothing") << Key << 0U << 0 << 1 << 1 << normal;
     QTest::newRow("less than nothing") << Key << 0U << -1 << 1 << 1 << normal;
+    QTest::newRow("over the limit")
+        << Key << 0U << DeviceTransfer::MaxBytes + 1 << 1 << 1 << normal;
+    QTest::newRow("more than there is memory")
+        << Key << 0U << std::numeric_limits<int>::max() << 1 << 1 << normal;
     QTest::newRow("past 32 bits") << Key << 0xFFFFFFFFU << 2 << 1 << 1 << normal;
     QTest::newRow("empty chunks") << Key << 0U << 9 << 0 << 1 << normal;
     QTest::newRow("negative chunks") << Key << 0U << 9 << -1 << 1 << normal;

@@ -2,10 +2,8 @@
 
 #include "VerbOptions.h"
 
-#include <limits>
-
 DumpVerb::DumpVerb()
-    : TransferVerb(QStringLiteral("dump"), QStringLiteral("Read a range of any length."))
+    : TransferVerb(QStringLiteral("dump"), QStringLiteral("Read a whole range, in many requests."))
     , m_data(DataOutput::Preference::Raw)
 { }
 
@@ -13,7 +11,7 @@ void DumpVerb::addOptions(VerbOptions *options)
 {
     TransferVerb::addOptions(options);
     options->number("--length", "BYTES", QStringLiteral("How much to read; has to be given."),
-                    {1, std::numeric_limits<int>::max(), "bytes"}, &m_length);
+                    {1, DeviceTransfer::MaxBytes, "bytes"}, &m_length);
     m_data.addTo(options);
 }
 

@@ -4,7 +4,8 @@
 #include "DataOutput.h"
 #include "TransferVerb.h"
 
-/// Reads a range of any length. What was read before it ended early is written out all the same.
+/// Reads a whole range, in many requests. What was read before it ended early is written out all
+/// the same.
 class DumpVerb : public TransferVerb
 {
     Q_OBJECT

@@ -6,10 +6,8 @@
 
 #include <QFile>
 
-#include <limits>
-
 LoadVerb::LoadVerb()
-    : TransferVerb(QStringLiteral("load"), QStringLiteral("Write a file to a range of any length."))
+    : TransferVerb(QStringLiteral("load"), QStringLiteral("Write a file, in many requests."))
 { }
 
 void LoadVerb::addOptions(VerbOptions *options)
@@ -18,7 +16,7 @@ void LoadVerb::addOptions(VerbOptions *options)
     options->argument("FILE", QStringLiteral("The file to write from."), &m_fileName);
     options->number("--length", "BYTES",
                     QStringLiteral("How much of the file to write. Default all."),
-                    {1, std::numeric_limits<int>::max(), "bytes"}, &m_length);
+                    {1, DeviceTransfer::MaxBytes, "bytes"}, &m_length);
     options->flag("--verify", QStringLiteral("Read it back and compare."), &m_isVerifying);
     options->flag("--resume",
                   QStringLiteral("Go on where a load that was interrupted or failed has ended."),
@@ -27,7 +25,7 @@ void LoadVerb::addOptions(VerbOptions *options)
 
 QString LoadVerb::prepare()
 {
-    QString problem = DataInput::read(m_fileName, &m_data);
+    QString problem = DataInput::read(m_fileName, DeviceTransfer::MaxBytes, &m_data);
     if (problem.isEmpty())
         problem = takeLength();
     if (!problem.isEmpty())

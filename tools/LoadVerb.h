@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/// Writes a file to a range of any length. A load that ends early leaves a resume file beside it,
+/// Writes a file, in many requests. A load that ends early leaves a resume file beside it,
 /// from which another goes on.
 class LoadVerb : public TransferVerb
 {

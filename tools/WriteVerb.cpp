@@ -34,7 +34,8 @@ void WriteVerb::addOptions(VerbOptions *options)
 
 QString WriteVerb::prepare()
 {
-    return m_hasData ? QString() : DataInput::read(m_fileName, &m_data);
+    return m_hasData ? QString()
+                     : DataInput::read(m_fileName, DeviceSession::MaxRequestBytes, &m_data);
 }
 
 void WriteVerb::ready()

@@ -18,7 +18,7 @@ complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a list -d 'Show the eq
 complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a connect -d 'Connect controllers'
 complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a read -d 'Read data with one request'
 complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a write -d 'Write data with one request'
-complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a dump -d 'Read a range of any length'
+complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a dump -d 'Read a whole range, in many requests'
 complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a load -d 'Write a file to a range'
 complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a watch -d 'Show every notification'
 complete -c ksproxyctl -n "not __ksproxyctl_verb $verbs" -a poll -d 'Read a range again and again'
