@@ -5,13 +5,20 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+namespace {
+
+QString currentFolder;
+
+} // namespace
+
 int runTest(QObject *test, int argc, char **argv)
 {
     // Short and outside the build tree: the path of a local socket holds 107 characters at most.
     const QTemporaryDir folder(QDir::tempPath() + QLatin1String("/kst-XXXXXX"));
     if (!folder.isValid())
         qFatal("no temporary folder: %s", qPrintable(folder.errorString()));
-    qputenv("TMPDIR", folder.path().toLocal8Bit());
+    currentFolder = folder.path();
+    qputenv("TMPDIR", currentFolder.toLocal8Bit());
     QCoreApplication application(argc, argv);
     const int result = QTest::qExec(test, argc, argv);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -20,5 +27,5 @@ int runTest(QObject *test, int argc, char **argv)
 
 QString testFolder()
 {
-    return QDir::tempPath();
+    return currentFolder;
 }

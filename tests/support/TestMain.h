@@ -7,7 +7,7 @@
 /// own as `TMPDIR`, so that its local sockets are nobody else's.
 int runTest(QObject *test, int argc, char **argv);
 
-/// The folder that `TMPDIR` names while `runTest` runs.
+/// The folder that `runTest` has made; empty before.
 QString testFolder();
 
 #define KSPROXY_TEST_MAIN(TestClass)                                                               \
