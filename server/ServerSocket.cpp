@@ -109,6 +109,10 @@ bool ServerSocket::lock()
                       .arg(m_path)
                       .arg(pid)
                       .arg(program);
+    // One that names nobody is left by a machine that went down. A process that is about to write
+    // its name holds on to it, and then it cannot be removed.
+    else if (m_lock.removeStaleLockFile() && m_lock.tryLock())
+        return true;
     else
         m_error = QStringLiteral("%1 is served already").arg(m_path);
     return false;

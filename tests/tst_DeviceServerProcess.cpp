@@ -11,6 +11,7 @@
 #include <QLocalServer>
 #include <QTest>
 
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -37,6 +38,8 @@ private Q_SLOTS:
     void saysGoodbyeWhenTerminated_data();
     void saysGoodbyeWhenTerminated();
     void replacesWhatACrashLeftBehind();
+    void replacesALockThatNamesNobody();
+    void leavesALockThatIsHeld();
     void refusesToDisplaceALivingServer();
     void refusesToDisplaceAServerWithoutALock();
     void refusesToReplaceWhatIsNotASocket();
@@ -117,6 +120,27 @@ void tst_DeviceServerProcess::replacesWhatACrashLeftBehind()
     QVERIFY2(server.start(), qPrintable(server.errors()));
     RawClient client;
     QVERIFY(client.registerAtServer());
+}
+
+void tst_DeviceServerProcess::replacesALockThatNamesNobody()
+{
+    QFile lock(socketPath() + QLatin1String(".lock"));
+    QVERIFY(lock.open(QIODevice::WriteOnly));
+    lock.close();
+    ServerProcess server;
+    QVERIFY2(server.start(), qPrintable(server.errors()));
+}
+
+void tst_DeviceServerProcess::leavesALockThatIsHeld()
+{
+    QFile lock(socketPath() + QLatin1String(".lock"));
+    QVERIFY(lock.open(QIODevice::WriteOnly));
+    QCOMPARE(flock(lock.handle(), LOCK_EX), 0);
+    ServerProcess server;
+    QVERIFY(!server.start());
+    QVERIFY(server.waitForEnd());
+    QCOMPARE(server.exitCode(), 3);
+    QVERIFY(lock.remove());
 }
 
 void tst_DeviceServerProcess::refusesToDisplaceALivingServer()
