@@ -41,6 +41,7 @@ private Q_SLOTS:
     void leavesTheFileAloneWhenItFails();
     void writesToWhatIsNoRegularFile();
     void saysThatTheFileCannotBeWritten();
+    void saysThatTheOutputCannotBeWritten_data();
     void saysThatTheOutputCannotBeWritten();
     void copesWithClosedStreams_data();
     void copesWithClosedStreams();
@@ -151,11 +152,19 @@ void tst_CtlDataOutput::saysThatTheFileCannotBeWritten()
                             "directory.\n"));
 }
 
+void tst_CtlDataOutput::saysThatTheOutputCannotBeWritten_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("data") << Read;
+    QTest::newRow("help") << QStringList{QStringLiteral("read"), QStringLiteral("--help")};
+}
+
 void tst_CtlDataOutput::saysThatTheOutputCannotBeWritten()
 {
+    QFETCH(QStringList, arguments);
     CtlProcess ctl;
     ctl.setOutputFile(QStringLiteral("/dev/full"));
-    QVERIFY(ctl.run(Read));
+    QVERIFY(ctl.run(arguments));
     QCOMPARE(ctl.exitCode(), 1);
     QCOMPARE(ctl.errors(),
              QStringLiteral("ksproxyctl: Standard output cannot be written: No space left on "

@@ -100,18 +100,22 @@ void tst_CtlResumeState::refusesABadFile_data()
 {
     QTest::addColumn<QByteArray>("before");
     QTest::addColumn<QByteArray>("after");
+    QTest::addColumn<QString>("reason");
+    const QString offset = QStringLiteral("holds no offset within the data.");
     QTest::newRow("an offset behind the end")
-        << QByteArray("\"offset\": 7") << QByteArray("\"offset\": 21");
+        << QByteArray("\"offset\": 7") << QByteArray("\"offset\": 21") << offset;
     QTest::newRow("a negative offset")
-        << QByteArray("\"offset\": 7") << QByteArray("\"offset\": -2");
-    QTest::newRow("no offset") << QByteArray("\"offset\"") << QByteArray("\"offsets\"");
-    QTest::newRow("no JSON") << QByteArray("{") << QByteArray("<");
+        << QByteArray("\"offset\": 7") << QByteArray("\"offset\": -2") << offset;
+    QTest::newRow("no offset") << QByteArray("\"offset\"") << QByteArray("\"offsets\"") << offset;
+    QTest::newRow("no JSON") << QByteArray("{") << QByteArray("<")
+                             << QStringLiteral("is no resume file.");
 }
 
 void tst_CtlResumeState::refusesABadFile()
 {
     QFETCH(QByteArray, before);
     QFETCH(QByteArray, after);
+    QFETCH(QString, reason);
     QFile file(stateFile());
     QVERIFY(file.open(QIODevice::ReadOnly));
     QByteArray text = file.readAll();
@@ -123,7 +127,7 @@ void tst_CtlResumeState::refusesABadFile()
 
     ResumeState state(place(), Data);
     const QString problem = state.read(stateFile());
-    QVERIFY2(problem.startsWith(QLatin1Char('"') + stateFile()), qPrintable(problem));
+    QCOMPARE(problem, QStringLiteral("\"%1\" %2").arg(stateFile(), reason));
     QCOMPARE(state.offset(), 0);
 }
 

@@ -65,6 +65,15 @@ void tst_CtlUsage::refusesABadCommandLine_data()
                           "--help."));
     addRow("an option without its value", words("read COM1 --length"),
            QStringLiteral("--length needs a value. Try ksproxyctl read --help."));
+    addRow("a flag with a value", words("read COM1 --json=1"),
+           QStringLiteral("--json takes no value. Try ksproxyctl read --help."));
+    addRow("a file without a name",
+           {QStringLiteral("write"), QStringLiteral("COM1"), QStringLiteral("--file="),
+            QStringLiteral("--json")},
+           QStringLiteral("--file needs a name. Try ksproxyctl write --help."));
+    addRow("a server without a name",
+           {QStringLiteral("status"), QStringLiteral("--server"), QString()},
+           QStringLiteral("--server needs a name. Try ksproxyctl status --help."));
     addRow("no key", words("read"), QStringLiteral("KEY is required. Try ksproxyctl read --help."));
     addRow("an argument too many", words("read COM1 COM2"),
            QStringLiteral("The argument \"COM2\" is one too many. Try ksproxyctl read --help."));

@@ -101,6 +101,10 @@ QString sentence(const CLI::ParseError &error)
     // The parser says "--length: 1 required BYTES missing".
     if (text.endsWith(QLatin1String(" missing")))
         return QStringLiteral("%1 needs a value.").arg(text.section(QLatin1Char(':'), 0, 0));
+    // And "json was given a disallowed flag override".
+    if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr
+        && text.contains(QLatin1String("flag override")))
+        return QStringLiteral("--%1 takes no value.").arg(text.section(QLatin1Char(' '), 0, 0));
     if (!text.endsWith(QLatin1Char('.')) && !text.endsWith(QLatin1Char('?')))
         text += QLatin1Char('.');
     return text;

@@ -14,9 +14,9 @@ void CommonOptions::addTo(VerbOptions *options)
                         .arg(defaults.startTimeoutMs)
                         .arg(defaults.requestTimeoutMs),
                     {1, std::numeric_limits<int>::max(), "milliseconds"}, &timeoutMs);
-    options->text("--server", "PATH",
-                  QStringLiteral("The server's program. Default the one beside the library."),
-                  &serverPath);
+    options->fileName("--server", "PATH",
+                      QStringLiteral("The server's program. Default the one beside the library."),
+                      &serverPath);
     options->flag("--no-start", QStringLiteral("Never start a server."), &startsNoServer);
     options->flag("--quiet",
                   QStringLiteral("Print data only: no confirmation, nothing on standard error."),

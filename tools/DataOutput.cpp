@@ -38,8 +38,9 @@ void DataOutput::addTo(VerbOptions *options)
         : QStringLiteral("hex; in a file raw.");
     options->choice("--format", {Hex, Raw, Base64, Json},
                     QStringLiteral("The form of the data. Default ") + usual, &m_format);
-    options->text("--output", "FILE",
-                  QStringLiteral("Write the data to FILE. Default standard output."), &m_fileName);
+    options->fileName("--output", "FILE",
+                      QStringLiteral("Write the data to FILE. Default standard output."),
+                      &m_fileName);
 }
 
 QString DataOutput::open()

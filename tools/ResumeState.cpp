@@ -30,6 +30,8 @@ QString ResumeState::read(const QString &fileName)
         return QStringLiteral("There is nothing to resume: \"%1\" cannot be read: %2.")
             .arg(fileName, file.errorString());
     const QJsonObject kept = QJsonDocument::fromJson(file.readAll()).object();
+    if (kept.isEmpty())
+        return QStringLiteral("\"%1\" is no resume file.").arg(fileName);
     const QJsonObject wanted = json();
     const QStringList names = wanted.keys();
     for (const QString &name : names) {

@@ -54,10 +54,14 @@ void VerbOptions::flag(const char *name, const QString &description, bool *targe
     m_app->add_flag(name, *target, description.toStdString())->disable_flag_override();
 }
 
-void VerbOptions::text(const char *name, const char *valueName, const QString &description,
-                       QString *target)
+void VerbOptions::fileName(const char *name, const char *valueName, const QString &description,
+                           QString *target)
 {
-    add(m_app, name, valueName, description, storing(target));
+    const QString option = QLatin1String(name);
+    add(m_app, name, valueName, description, [option, target](const QString &value) {
+        *target = value;
+        return value.isEmpty() ? QStringLiteral("%1 needs a name.").arg(option) : QString();
+    });
 }
 
 void VerbOptions::addNumber(const char *name, const char *valueName, const QString &description,

@@ -27,7 +27,9 @@ public:
     explicit VerbOptions(CLI::App *app);
 
     void flag(const char *name, const QString &description, bool *target);
-    void text(const char *name, const char *valueName, const QString &description, QString *target);
+    /// An empty name is refused.
+    void fileName(const char *name, const char *valueName, const QString &description,
+                  QString *target);
     /// In decimal or behind "0x". A value outside \a range is refused.
     template <typename Number>
     void number(const char *name, const char *valueName, const QString &description,

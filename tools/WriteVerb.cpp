@@ -27,7 +27,7 @@ void WriteVerb::addOptions(VerbOptions *options)
                         m_data = text.toUtf8();
                         return QString();
                     });
-    options->text("--file", "FILE", QStringLiteral("Write what is in FILE."), &m_fileName);
+    options->fileName("--file", "FILE", QStringLiteral("Write what is in FILE."), &m_fileName);
     options->exclude({QStringLiteral("--hex"), QStringLiteral("--text"), QStringLiteral("--file")});
     options->flag("--verify", QStringLiteral("Read it back and compare."), &m_isVerifying);
 }

@@ -6,14 +6,26 @@
 
 #include <QCoreApplication>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
 int exitValue(ExitCode code)
 {
     return static_cast<int>(code);
+}
+
+ExitCode print(const QString &text)
+{
+    std::fputs(text.toLocal8Bit().constData(), stdout);
+    if (std::fflush(stdout) == 0 || errno == EPIPE)
+        return ExitCode::Done;
+    Diagnostics::line(QStringLiteral("Standard output cannot be written: %1.")
+                          .arg(QString::fromLocal8Bit(std::strerror(errno))));
+    return ExitCode::Failed;
 }
 
 } // namespace
@@ -28,8 +40,7 @@ int main(int argc, char **argv)
     CommandLine commandLine;
     switch (commandLine.read(QCoreApplication::arguments())) {
     case CommandLine::Outcome::Print:
-        std::fputs(commandLine.text().toLocal8Bit().constData(), stdout);
-        return exitValue(ExitCode::Done);
+        return exitValue(print(commandLine.text()));
     case CommandLine::Outcome::Refuse:
         Diagnostics::line(commandLine.text());
         return exitValue(ExitCode::Usage);
