@@ -229,11 +229,12 @@ void tst_DeviceServerProcess::survivesTheLossOfItsOutput()
 // The sockets and the lock file would get the numbers of the closed streams.
 void tst_DeviceServerProcess::startsWithoutStandardStreams()
 {
-    const ServerProcess namesTheProgram;
+    const QString program = testFolder() + QLatin1String("/streamless");
+    QVERIFY(QFile::link(QStringLiteral(KSPROXY_SERVER_PROGRAM), program));
     QProcess server;
-    server.start(QStringLiteral("bash"),
-                 {QStringLiteral("-c"), QStringLiteral("exec \"$0\" --verbose <&- >&- 2>&-"),
-                  testFolder() + QLatin1String("/simserver")});
+    server.start(
+        QStringLiteral("bash"),
+        {QStringLiteral("-c"), QStringLiteral("exec \"$0\" --verbose <&- >&- 2>&-"), program});
     QVERIFY(server.waitForStarted(WaitLimitMs));
     RawClient client;
     QTRY_VERIFY_WITH_TIMEOUT(client.connectToServer(), WaitLimitMs);
