@@ -1,3 +1,4 @@
+#include "CommonOptions.h"
 #include "CtlProcess.h"
 #include "ExitCode.h"
 #include "TestMain.h"
@@ -34,6 +35,7 @@ private Q_SLOTS:
     void printsItsVersion();
     void printsItsHelp();
     void printsTheHelpOfAVerb();
+    void waitsForSilenceAsLongAsForAnAnswer();
     void givesEachErrorAnExitCode_data();
     void givesEachErrorAnExitCode();
 };
@@ -214,6 +216,16 @@ void tst_CtlUsage::printsTheHelpOfAVerb()
     for (const char *line :
          {"Usage: ksproxyctl poll [OPTIONS] KEY\n", "--interval MS ", "Default 1000 ms.\n"})
         QVERIFY2(ctl.output().contains(line), line);
+}
+
+void tst_CtlUsage::waitsForSilenceAsLongAsForAnAnswer()
+{
+    CommonOptions options;
+    QCOMPARE(options.sessionOptions().silenceLimitMs, SessionOptions().silenceLimitMs);
+    options.timeoutMs = 10;
+    QCOMPARE(options.sessionOptions().silenceLimitMs, SessionOptions().silenceLimitMs);
+    options.timeoutMs = 300000;
+    QCOMPARE(options.sessionOptions().silenceLimitMs, 300000);
 }
 
 void tst_CtlUsage::givesEachErrorAnExitCode_data()

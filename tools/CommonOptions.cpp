@@ -35,6 +35,8 @@ SessionOptions CommonOptions::sessionOptions() const
         options.startTimeoutMs = timeoutMs;
         options.registrationTimeoutMs = timeoutMs;
         options.requestTimeoutMs = timeoutMs;
+        // A server is not silent while it may still answer in time.
+        options.silenceLimitMs = qMax(options.silenceLimitMs, timeoutMs);
     }
     return options;
 }
