@@ -3,12 +3,6 @@
 #include "AddressOptions.h"
 #include "VerbOptions.h"
 
-namespace {
-
-constexpr int LargestWindow = 1000;
-
-} // namespace
-
 void TransferVerb::addOptions(VerbOptions *options)
 {
     AddressOptions::addTo(options, &m_address);
@@ -18,7 +12,7 @@ void TransferVerb::addOptions(VerbOptions *options)
     options->number(
         "--window", "N",
         QStringLiteral("How many requests are on their way at a time. Default %1.").arg(m_window),
-        {1, LargestWindow, "requests"}, &m_window);
+        {1, DeviceTransfer::MaxWindow, "requests"}, &m_window);
 }
 
 QString TransferVerb::obstacle()
