@@ -1,9 +1,11 @@
+#include "LogCapture.h"
 #include "SessionFixture.h"
 #include "TestMain.h"
 
 #include <QElapsedTimer>
 #include <QFile>
 
+#include <algorithm>
 #include <csignal>
 
 using Code = SessionError::Code;
@@ -12,6 +14,14 @@ using State = DeviceSession::State;
 namespace {
 
 constexpr qint64 NoticeMs = 1000;
+
+int failedAttempts(const LogCapture &log)
+{
+    const QList<LogLine> lines = log.lines();
+    return static_cast<int>(std::count_if(lines.cbegin(), lines.cend(), [](const LogLine &line) {
+        return line.text.startsWith(QLatin1String("connect server error!"));
+    }));
+}
 
 } // namespace
 
@@ -25,6 +35,7 @@ private Q_SLOTS:
     void noticesASilentServer();
     void endsOutstandingRequests();
     void staysLostWithoutAPolicy();
+    void asksLessAndLessOften();
     void comesBackAndSaysWhatChanged();
     void comesBackToAServerThatIsSlowToConfirm();
     void closesWhenTheServerRejectsItAfterwards();
@@ -116,6 +127,33 @@ void tst_SessionLoss::staysLostWithoutAPolicy()
     f.session.close();
     QVERIFY(f.session.open(options));
     QVERIFY(f.waitFor(State::Ready));
+}
+
+void tst_SessionLoss::asksLessAndLessOften()
+{
+    SessionFixture f;
+    SessionOptions options = SessionFixture::options();
+    options.reconnect.firstDelayMs = 100;
+    options.reconnect.longestDelayMs = 800;
+    QVERIFY(f.open({}, options));
+    f.server.kill();
+    QVERIFY(f.waitFor(State::Lost));
+    QElapsedTimer timer;
+    timer.start();
+    LogCapture log;
+    QTRY_COMPARE_WITH_TIMEOUT(failedAttempts(log), 5, WaitLimitMs);
+    // 100, 200, 400, 800 and 800 ms; a timer may be early by a twentieth.
+    QVERIFY2(timer.elapsed() > 2150 && timer.elapsed() < 3000,
+             qPrintable(QString::number(timer.elapsed())));
+
+    QVERIFY(f.server.start());
+    QVERIFY(f.waitFor(State::Ready));
+    f.server.kill();
+    QVERIFY(f.waitFor(State::Lost));
+    timer.start();
+    log.clear();
+    QTRY_COMPARE_WITH_TIMEOUT(failedAttempts(log), 1, WaitLimitMs);
+    QVERIFY2(timer.elapsed() < 600, qPrintable(QString::number(timer.elapsed())));
 }
 
 void tst_SessionLoss::comesBackAndSaysWhatChanged()
