@@ -1,9 +1,11 @@
 #include "LogCapture.h"
 #include "SessionFixture.h"
+#include "SteeredServer.h"
 #include "TestMain.h"
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonObject>
 
 #include <algorithm>
 #include <csignal>
@@ -58,10 +60,18 @@ QString tst_SessionLoss::config(const QByteArray &equipment)
 void tst_SessionLoss::noticesAKilledServerWhileIdle()
 {
     SessionFixture f;
-    QVERIFY(f.open());
+    SteeredServer server;
+    QVERIFY(server.start());
+    QVERIFY(f.session.open(SessionFixture::options()));
+    QVERIFY(f.waitFor(State::Ready));
+    // Its spare requests go out first, and would notice too. The server takes them for cancels (6).
+    QTRY_COMPARE_WITH_TIMEOUT(server.control.call(R"({"do":"status"})")[QLatin1String("received")]
+                                  .toObject()[QLatin1String("6")]
+                                  .toInt(),
+                              32, WaitLimitMs);
     QElapsedTimer timer;
     timer.start();
-    f.server.kill();
+    server.process.kill();
     QVERIFY(f.waitFor(State::Lost));
     QVERIFY2(timer.elapsed() < NoticeMs, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(f.session.lastError().code, Code::ConnectionLost);
