@@ -1,7 +1,7 @@
 #include "DeviceReply.h"
 
 #include "DeviceReplyPrivate.h"
-#include "SessionLog.h"
+#include "OwnThread.h"
 
 DeviceReply::DeviceReply(QObject *parent)
     : QObject(parent)
@@ -15,46 +15,48 @@ DeviceReply::~DeviceReply()
 
 bool DeviceReply::isFinished() const
 {
-    return d->isFinished();
+    return OwnThread::isCallers(d.get(), "DeviceReply::isFinished") && d->isFinished();
 }
 
 SessionError::Code DeviceReply::error() const
 {
-    return d->error().code;
+    return sessionError().code;
 }
 
 QString DeviceReply::errorString() const
 {
-    return d->error().text;
+    return sessionError().text;
 }
 
 SessionError DeviceReply::sessionError() const
 {
-    return d->error();
+    return OwnThread::isCallers(d.get(), "DeviceReply::sessionError") ? d->error()
+                                                                      : OwnThread::error();
 }
 
 QByteArray DeviceReply::data() const
 {
-    return d->data();
+    return OwnThread::isCallers(d.get(), "DeviceReply::data") ? d->data() : QByteArray();
 }
 
 quint64 DeviceReply::serialNumber() const
 {
-    return d->serialNumber();
+    return OwnThread::isCallers(d.get(), "DeviceReply::serialNumber") ? d->serialNumber() : 0;
 }
 
 EquipmentAddress DeviceReply::address() const
 {
-    return d->address();
+    return OwnThread::isCallers(d.get(), "DeviceReply::address") ? d->address()
+                                                                 : EquipmentAddress();
 }
 
 qint64 DeviceReply::elapsed() const
 {
-    return d->elapsed();
+    return OwnThread::isCallers(d.get(), "DeviceReply::elapsed") ? d->elapsed() : 0;
 }
 
 void DeviceReply::abort()
 {
-    if (isOnOwnThread(this, "DeviceReply::abort"))
+    if (OwnThread::isCallers(d.get(), "DeviceReply::abort"))
         d->settle({SessionError::Code::Aborted, tr("The request was aborted.")});
 }

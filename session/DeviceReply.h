@@ -18,7 +18,8 @@ class DeviceReplyPrivate;
 /// request failed at once; then ask `error` and `data`. A reply belongs to its session, which
 /// deletes it, without `finished`, when it is itself destroyed; delete it earlier with
 /// `deleteLater`, or `delete`, at any moment, also inside its own `finished`: the request is then
-/// given up. It lives on the session's thread.
+/// given up. It lives on the session's thread; another thread's call is refused with a log line and
+/// answered as if there were nothing.
 ///
 /// \code
 /// DeviceReply *reply = session.read({"COM1", 0x40}, 16);

@@ -2,8 +2,8 @@
 
 #include "DeviceReplyPrivate.h"
 #include "KVTServerMessageOldProxy.h"
+#include "OwnThread.h"
 #include "SessionCore.h"
-#include "SessionLog.h"
 #include "SpecialPackageRequest.h"
 
 namespace {
@@ -12,9 +12,7 @@ namespace {
 DeviceReply *refusedReply(const EquipmentAddress &address)
 {
     DeviceReply *const reply = DeviceReplyPrivate::create(address, nullptr);
-    DeviceReplyPrivate::of(reply)->settle(
-        {SessionError::Code::WrongThread,
-         QObject::tr("The session was called from another thread than its own.")});
+    DeviceReplyPrivate::of(reply)->settle(OwnThread::error());
     return reply;
 }
 
@@ -32,44 +30,44 @@ DeviceSession::~DeviceSession() = default;
 
 bool DeviceSession::open(const SessionOptions &options)
 {
-    return isOnOwnThread(this, "DeviceSession::open") && m_core->open(options);
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::open") && m_core->open(options);
 }
 
 void DeviceSession::close()
 {
-    if (isOnOwnThread(this, "DeviceSession::close"))
+    if (OwnThread::isCallers(m_core.get(), "DeviceSession::close"))
         m_core->close();
 }
 
 DeviceSession::State DeviceSession::state() const
 {
-    return isOnOwnThread(this, "DeviceSession::state") ? m_core->state() : State::Closed;
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::state") ? m_core->state()
+                                                                      : State::Closed;
 }
 
 SessionError DeviceSession::lastError() const
 {
-    if (isOnOwnThread(this, "DeviceSession::lastError"))
-        return m_core->lastError();
-    return {SessionError::Code::WrongThread,
-            tr("The session was called from another thread than its own.")};
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::lastError") ? m_core->lastError()
+                                                                          : OwnThread::error();
 }
 
 QString DeviceSession::serverVersion() const
 {
-    return isOnOwnThread(this, "DeviceSession::serverVersion") ? m_core->serverVersion()
-                                                               : QString();
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::serverVersion")
+        ? m_core->serverVersion()
+        : QString();
 }
 
 QMap<QString, EquipmentInfo> DeviceSession::equipmentTable() const
 {
-    if (!isOnOwnThread(this, "DeviceSession::equipmentTable"))
+    if (!OwnThread::isCallers(m_core.get(), "DeviceSession::equipmentTable"))
         return {};
     return m_core->equipmentTable();
 }
 
 DeviceReply *DeviceSession::read(const EquipmentAddress &address, int length, int timeoutMs)
 {
-    if (!isOnOwnThread(this, "DeviceSession::read"))
+    if (!OwnThread::isCallers(m_core.get(), "DeviceSession::read"))
         return refusedReply(address);
     return m_core->read(address, length, timeoutMs);
 }
@@ -77,14 +75,14 @@ DeviceReply *DeviceSession::read(const EquipmentAddress &address, int length, in
 DeviceReply *DeviceSession::write(const EquipmentAddress &address, const QByteArray &data,
                                   int timeoutMs)
 {
-    if (!isOnOwnThread(this, "DeviceSession::write"))
+    if (!OwnThread::isCallers(m_core.get(), "DeviceSession::write"))
         return refusedReply(address);
     return m_core->write(address, data, timeoutMs);
 }
 
 bool DeviceSession::connectController(const QString &name)
 {
-    if (!isOnOwnThread(this, "DeviceSession::connectController"))
+    if (!OwnThread::isCallers(m_core.get(), "DeviceSession::connectController"))
         return false;
     if (name.isEmpty())
         return m_core->refuse(
@@ -95,13 +93,13 @@ bool DeviceSession::connectController(const QString &name)
 
 bool DeviceSession::connectAllControllers()
 {
-    return isOnOwnThread(this, "DeviceSession::connectAllControllers")
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::connectAllControllers")
         && m_core->command([](KVTServerMessageOldProxy *proxy) { proxy->ConnectController(); });
 }
 
 bool DeviceSession::cancelRequests(const QString &key)
 {
-    if (!isOnOwnThread(this, "DeviceSession::cancelRequests"))
+    if (!OwnThread::isCallers(m_core.get(), "DeviceSession::cancelRequests"))
         return false;
     if (key.isEmpty())
         return m_core->refuse(
@@ -112,13 +110,13 @@ bool DeviceSession::cancelRequests(const QString &key)
 
 bool DeviceSession::cancelAllRequests()
 {
-    return isOnOwnThread(this, "DeviceSession::cancelAllRequests")
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::cancelAllRequests")
         && m_core->command([](KVTServerMessageOldProxy *proxy) { proxy->CancelServerAllSend(); });
 }
 
 bool DeviceSession::sendOrder(const QByteArray &order)
 {
-    return isOnOwnThread(this, "DeviceSession::sendOrder")
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::sendOrder")
         && m_core->command([order](KVTServerMessageOldProxy *proxy) {
                SpecialPackageRequest request;
                request.setOrder(order);
@@ -128,7 +126,7 @@ bool DeviceSession::sendOrder(const QByteArray &order)
 
 bool DeviceSession::setAutoConnect(bool on)
 {
-    return isOnOwnThread(this, "DeviceSession::setAutoConnect")
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::setAutoConnect")
         && m_core->command(
             [on](KVTServerMessageOldProxy *proxy) { proxy->SetAutoConnectSwitch(on); });
 }

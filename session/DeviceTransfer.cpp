@@ -2,7 +2,7 @@
 
 #include "DeviceSession.h"
 #include "DeviceTransferPrivate.h"
-#include "SessionLog.h"
+#include "OwnThread.h"
 
 namespace {
 
@@ -19,80 +19,85 @@ DeviceTransfer::~DeviceTransfer() = default;
 
 void DeviceTransfer::setChunkBytes(int bytes)
 {
-    if (isOnOwnThread(this, "DeviceTransfer::setChunkBytes")
+    if (OwnThread::isCallers(d.get(), "DeviceTransfer::setChunkBytes")
         && d->isIdle("DeviceTransfer::setChunkBytes"))
         d->chunkBytes = bytes;
 }
 
 void DeviceTransfer::setWindow(int requests)
 {
-    if (isOnOwnThread(this, "DeviceTransfer::setWindow") && d->isIdle("DeviceTransfer::setWindow"))
+    if (OwnThread::isCallers(d.get(), "DeviceTransfer::setWindow")
+        && d->isIdle("DeviceTransfer::setWindow"))
         d->window = requests;
 }
 
 void DeviceTransfer::setRequestTimeout(int milliseconds)
 {
-    if (isOnOwnThread(this, "DeviceTransfer::setRequestTimeout")
+    if (OwnThread::isCallers(d.get(), "DeviceTransfer::setRequestTimeout")
         && d->isIdle("DeviceTransfer::setRequestTimeout"))
         d->timeoutMs = milliseconds;
 }
 
 void DeviceTransfer::setVerifying(bool on)
 {
-    if (isOnOwnThread(this, "DeviceTransfer::setVerifying")
+    if (OwnThread::isCallers(d.get(), "DeviceTransfer::setVerifying")
         && d->isIdle("DeviceTransfer::setVerifying"))
         d->isVerifying = on;
 }
 
 void DeviceTransfer::read(const EquipmentAddress &address, int length)
 {
-    if (isOnOwnThread(this, "DeviceTransfer::read") && d->isIdle("DeviceTransfer::read"))
+    if (OwnThread::isCallers(d.get(), "DeviceTransfer::read") && d->isIdle("DeviceTransfer::read"))
         d->startReading(address, length);
 }
 
 void DeviceTransfer::write(const EquipmentAddress &address, const QByteArray &data)
 {
-    if (isOnOwnThread(this, "DeviceTransfer::write") && d->isIdle("DeviceTransfer::write"))
+    if (OwnThread::isCallers(d.get(), "DeviceTransfer::write")
+        && d->isIdle("DeviceTransfer::write"))
         d->start(Phase::Writing, address, data);
 }
 
 void DeviceTransfer::abort()
 {
-    if (isOnOwnThread(this, "DeviceTransfer::abort"))
+    if (OwnThread::isCallers(d.get(), "DeviceTransfer::abort"))
         d->end({SessionError::Code::Aborted, tr("The transfer was aborted.")});
 }
 
 bool DeviceTransfer::isFinished() const
 {
-    return d->isFinished;
+    return OwnThread::isCallers(d.get(), "DeviceTransfer::isFinished") && d->isFinished;
 }
 
 SessionError::Code DeviceTransfer::error() const
 {
-    return d->error.code;
+    return sessionError().code;
 }
 
 QString DeviceTransfer::errorString() const
 {
-    return d->error.text;
+    return sessionError().text;
 }
 
 SessionError DeviceTransfer::sessionError() const
 {
-    return d->error;
+    return OwnThread::isCallers(d.get(), "DeviceTransfer::sessionError") ? d->error
+                                                                         : OwnThread::error();
 }
 
 QByteArray DeviceTransfer::data() const
 {
-    return d->data.left(d->transferredBytes);
+    return OwnThread::isCallers(d.get(), "DeviceTransfer::data") ? d->data.left(d->transferredBytes)
+                                                                 : QByteArray();
 }
 
 int DeviceTransfer::transferredBytes() const
 {
-    return d->transferredBytes;
+    return OwnThread::isCallers(d.get(), "DeviceTransfer::transferredBytes") ? d->transferredBytes
+                                                                             : 0;
 }
 
 int DeviceTransfer::verifiedBytes() const
 {
-    return d->verifiedBytes;
+    return OwnThread::isCallers(d.get(), "DeviceTransfer::verifiedBytes") ? d->verifiedBytes : 0;
 }

@@ -201,6 +201,7 @@ void ServerLink::concludeRegistration()
     Q_EMIT confirmed();
 }
 
+// Silence is counted in probes, not in time: none leave while the application is held up.
 void ServerLink::lookForLoss()
 {
     const bool hadEnded = std::exchange(m_hasEnded, !m_proxy->isRegisted());
@@ -209,7 +210,8 @@ void ServerLink::lookForLoss()
     else if (m_hasEnded)
         loseLater(tr("The server has ended the registration."));
     else if (m_silenceLimitMs > 0 && m_unansweredProbes * ProbeAfterMs >= m_silenceLimitMs)
-        loseConnection(tr("The server has not answered anything for %1 ms.").arg(m_silenceLimitMs));
+        loseConnection(
+            tr("The server has not answered anything for %1 ms.").arg(m_sinceAnswer.elapsed()));
 }
 
 // A server that confirms again sends its table with it, and the proxy takes it without a signal.

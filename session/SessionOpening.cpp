@@ -113,7 +113,7 @@ void SessionCore::retryLater()
     }
     const int longest = m_isComingBack ? m_options.reconnect.longestDelayMs : LongestDelayMs;
     m_attempt.start(m_delayMs);
-    m_delayMs = qMin(2 * m_delayMs, longest);
+    m_delayMs = m_delayMs > longest / 2 ? longest : 2 * m_delayMs;
 }
 
 QString SessionCore::startTimeoutText() const

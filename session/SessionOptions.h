@@ -29,7 +29,8 @@ struct KSPROXYSESSION_EXPORT SessionOptions
     int registrationTimeoutMs = 5000; ///< from then until it has confirmed
     int requestTimeoutMs = 5000; ///< of requests that name no other
     /// A server that has not answered anything for so long counts as lost, 0 for never. It must be
-    /// longer than the equipment's slowest operation.
+    /// longer than the equipment's slowest operation. It may take half as long again until that is
+    /// noticed.
     int silenceLimitMs = 60000;
     ReconnectPolicy reconnect;
 };

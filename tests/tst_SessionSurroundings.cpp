@@ -1,7 +1,10 @@
+#include "DeviceTransfer.h"
+#include "LogCapture.h"
 #include "ObjectCount.h"
 #include "OpenDescriptors.h"
 #include "Pattern.h"
 #include "RawClient.h"
+#include "SessionFixture.h"
 #include "SteeredServer.h"
 #include "TestMain.h"
 
@@ -44,6 +47,7 @@ private Q_SLOTS:
 
     void worksBesideAnother();
     void worksOnAThreadOfItsOwn();
+    void answersAnotherThreadNothing();
     void outlivesTheApplication();
     void hearsNothingOfWhatWasWhileItWasClosed();
     void keepsItsConnectionWhenTheRegistrationEnds();
@@ -112,6 +116,33 @@ void tst_SessionSurroundings::worksOnAThreadOfItsOwn()
     QTRY_VERIFY_WITH_TIMEOUT(thread->isFinished(), WaitLimitMs);
     QVERIFY(isWell);
     QVERIFY(readsThePattern(*m_session, 1000));
+}
+
+void tst_SessionSurroundings::answersAnotherThreadNothing()
+{
+    DeviceReply *const reply = m_session->read({Key, 0}, 4);
+    DeviceTransfer transfer(m_session.data());
+    transfer.read({Key, 0}, 4);
+    QVERIFY(waitForEnd(*reply));
+    QTRY_VERIFY_WITH_TIMEOUT(transfer.isFinished(), WaitLimitMs);
+    const LogCapture log;
+    bool isNothing = false;
+    const QScopedPointer<QThread> thread(QThread::create([&] {
+        transfer.abort();
+        reply->abort();
+        isNothing = !reply->isFinished() && reply->data().isEmpty() && reply->serialNumber() == 0
+            && reply->elapsed() == 0 && reply->address().key.isEmpty()
+            && reply->error() == Code::WrongThread && !reply->errorString().isEmpty()
+            && !transfer.isFinished() && transfer.data().isEmpty()
+            && transfer.transferredBytes() == 0 && transfer.verifiedBytes() == 0
+            && transfer.error() == Code::WrongThread && !transfer.errorString().isEmpty();
+    }));
+    thread->start();
+    QVERIFY(thread->wait(WaitLimitMs));
+    QVERIFY(isNothing);
+    QCOMPARE(log.texts(QtWarningMsg).size(), 15);
+    QCOMPARE(reply->data().size(), 4);
+    QCOMPARE(transfer.data(), reply->data());
 }
 
 void tst_SessionSurroundings::outlivesTheApplication()
