@@ -5,12 +5,6 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr qint64 AddressSpace = 1LL << 32;
-
-} // namespace
-
 DeviceTransferPrivate::DeviceTransferPrivate(DeviceTransfer *transfer, DeviceSession *session)
     : m_transfer(transfer)
     , m_session(session)
@@ -60,7 +54,7 @@ SessionError DeviceTransferPrivate::problemAtStart() const
         return {SessionError::Code::SessionClosed, tr("The session was destroyed.")};
     if (data.isEmpty() || data.size() > DeviceTransfer::MaxBytes)
         return {invalid, tr("A transfer takes 1 to %1 bytes.").arg(DeviceTransfer::MaxBytes)};
-    if (m_address.address + qint64(data.size()) > AddressSpace)
+    if (!m_address.isFollowedBy(data.size()))
         return {invalid, tr("The range leaves the 32-bit addresses.")};
     if (chunkBytes < 1 || chunkBytes > DeviceSession::MaxRequestBytes)
         return {invalid,

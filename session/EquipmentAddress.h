@@ -13,6 +13,12 @@ struct EquipmentAddress
         , address(byteAddress)
     { }
 
+    /// Whether \a length bytes from here on still lie within the 32-bit addresses.
+    bool isFollowedBy(qint64 length) const
+    {
+        return address + length <= (1LL << 32);
+    }
+
     QString key; ///< connection key, a key of the equipment table
     quint32 address = 0; ///< in bytes
     qint8 port = 0;

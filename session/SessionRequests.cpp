@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr qint64 AddressSpace = 1LL << 32;
-
 void setHeader(PackageBase *package, const EquipmentAddress &address, int timeoutMs)
 {
     package->setServerConnectionKey(address.key);
@@ -70,7 +68,7 @@ SessionError SessionCore::problemOf(const EquipmentAddress &address, qint64 leng
                 tr("One request carries at most %1 bytes, not %2: use DeviceTransfer.")
                     .arg(DeviceSession::MaxRequestBytes)
                     .arg(length)};
-    if (address.address + length > AddressSpace)
+    if (!address.isFollowedBy(length))
         return {invalid, tr("The range leaves the 32-bit addresses.")};
     if (timeoutMs < 1 && timeoutMs != DeviceSession::DefaultTimeout)
         return {invalid, tr("The time-out must be at least 1 ms, not %1.").arg(timeoutMs)};

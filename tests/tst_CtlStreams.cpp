@@ -36,6 +36,15 @@ void write(const QString &address, const QByteArray &data)
     QCOMPARE(other.exitCode(), 0);
 }
 
+// Whether it has begun to write into \a pipe, and waits for a reader.
+bool dumpsMoreThanAPipeHolds(CtlProcess *ctl, const NamedPipe &pipe)
+{
+    ctl->setOutputFile(pipe.fileName());
+    ctl->start({QStringLiteral("dump"), QStringLiteral("COM1"), QStringLiteral("--length=60000"),
+                QStringLiteral("--format=hex")});
+    return QTest::qWaitFor([&] { return pipe.isFilled(); }, WaitLimitMs);
+}
+
 } // namespace
 
 /// The verbs that go on, with a real server.
@@ -163,11 +172,7 @@ void tst_CtlStreams::endsQuietlyWhenItsReaderHasEnough()
 {
     NamedPipe pipe;
     CtlProcess ctl;
-    ctl.setOutputFile(pipe.fileName());
-    // More than a pipe holds.
-    ctl.start({QStringLiteral("dump"), QStringLiteral("COM1"), QStringLiteral("--length=60000"),
-               QStringLiteral("--format=hex")});
-    QTRY_VERIFY_WITH_TIMEOUT(pipe.isFilled(), WaitLimitMs);
+    QVERIFY(dumpsMoreThanAPipeHolds(&ctl, pipe));
     pipe.closeReader();
     QVERIFY(ctl.waitForEnd());
     QVERIFY(!ctl.hasCrashed());
@@ -179,10 +184,7 @@ void tst_CtlStreams::canBeInterruptedWhileItsReaderDoesNotRead()
 {
     NamedPipe pipe;
     CtlProcess ctl;
-    ctl.setOutputFile(pipe.fileName());
-    ctl.start({QStringLiteral("dump"), QStringLiteral("COM1"), QStringLiteral("--length=60000"),
-               QStringLiteral("--format=hex")});
-    QTRY_VERIFY_WITH_TIMEOUT(pipe.isFilled(), WaitLimitMs);
+    QVERIFY(dumpsMoreThanAPipeHolds(&ctl, pipe));
     ctl.sendSignal(SIGTERM);
     QVERIFY(ctl.waitForEnd());
     QVERIFY(!ctl.hasCrashed());
