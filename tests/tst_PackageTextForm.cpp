@@ -108,19 +108,8 @@ private Q_SLOTS:
     void writesIntegersOfAllSizes();
     void encodesTexts_data();
     void encodesTexts();
-    void bringsTextsBack_data();
-    void bringsTextsBack();
     void replacesALoneSurrogate_data();
     void replacesALoneSurrogate();
-    void bringsAReplyBack_data();
-    void bringsAReplyBack();
-    void bringsARequestBack_data();
-    void bringsARequestBack();
-    void bringsTheEndsOfAllRangesBack_data();
-    void bringsTheEndsOfAllRangesBack();
-    void bringsDataBack_data();
-    void bringsDataBack();
-    void keepsWhatDoesNotTravel();
     void doesNotDependOnTheLocale_data();
     void doesNotDependOnTheLocale();
 };
@@ -223,25 +212,6 @@ void tst_PackageTextForm::encodesTexts()
     QVERIFY(isAscii(request));
 }
 
-void tst_PackageTextForm::bringsTextsBack_data()
-{
-    addTexts();
-}
-
-void tst_PackageTextForm::bringsTextsBack()
-{
-    QFETCH(QString, text);
-    PackageRequestReadData sent;
-    sent.setTag(text);
-    sent.setServerConnectionKey(text + text);
-    PackageRequestReadData received;
-    received.setTag(QStringLiteral("something else before"));
-    received.fromString(sent.toReplyString());
-    QCOMPARE(received.getCommResult(), TarnEnum::Success);
-    QCOMPARE(received.getTag(), text);
-    QCOMPARE(received.getSeverConnectionKey(), text + text);
-}
-
 void tst_PackageTextForm::replacesALoneSurrogate_data()
 {
     QTest::addColumn<QString>("text");
@@ -267,135 +237,6 @@ void tst_PackageTextForm::replacesALoneSurrogate()
     received.fromString(sent.toReplyString());
     QCOMPARE(received.getCommResult(), TarnEnum::Success);
     QCOMPARE(received.getTag(), expected);
-}
-
-void tst_PackageTextForm::bringsAReplyBack_data()
-{
-    PackageKinds::addRows();
-}
-
-void tst_PackageTextForm::bringsAReplyBack()
-{
-    QFETCH(PackageKind, kind);
-    const auto sent = kind.make();
-    PackageKinds::fill(sent.get());
-    const auto received = kind.make();
-    if (auto *const read = dynamic_cast<PackageRequestRead *>(received.get()))
-        read->setReadLength(110); // a reply does not carry it
-    received->fromString(sent->toReplyString());
-    QCOMPARE(PackageKinds::describe(*received), PackageKinds::describe(*sent));
-    QCOMPARE(received->toReplyString(), sent->toReplyString());
-}
-
-void tst_PackageTextForm::bringsARequestBack_data()
-{
-    PackageKinds::addRows();
-}
-
-void tst_PackageTextForm::bringsARequestBack()
-{
-    QFETCH(PackageKind, kind);
-    const auto sent = kind.make();
-    PackageKinds::fill(sent.get());
-    const auto received = kind.make();
-    received->setCommResult(sent->getCommResult()); // a request does not carry it
-    if (!kind.isWrite())
-        received->setData(sent->getData());
-    received->fromString(sent->toRequestString());
-    QCOMPARE(PackageKinds::describe(*received), PackageKinds::describe(*sent));
-    QCOMPARE(received->toRequestString(), sent->toRequestString());
-}
-
-void tst_PackageTextForm::bringsTheEndsOfAllRangesBack_data()
-{
-    QTest::addColumn<bool>("isLargest");
-    QTest::newRow("smallest") << false;
-    QTest::newRow("largest") << true;
-}
-
-void tst_PackageTextForm::bringsTheEndsOfAllRangesBack()
-{
-    QFETCH(bool, isLargest);
-    const auto end = [isLargest](auto zero) {
-        using Limits = std::numeric_limits<decltype(zero)>;
-        return isLargest ? Limits::max() : Limits::min();
-    };
-    PackageRequestReadFile sent;
-    sent.setHighAddr(end(quint16()));
-    sent.setLowAddr(end(quint16()));
-    sent.setDesAddr(end(qint8()));
-    sent.setPortAddr(end(qint8()));
-    sent.setScrAddr(end(qint8()));
-    sent.setDeviceType(end(0));
-    sent.setReserved2(end(0));
-    sent.setScanBoardAddr(end(0));
-    sent.setTimeout(end(0));
-    sent.setReadLength(end(0));
-    sent.setCommResult(static_cast<TarnEnum::CommResults>(end(0)));
-    sent.fromString(QStringLiteral("serialNum=%1").arg(end(quint64())));
-    QCOMPARE(sent.getSerialNum(), end(quint64()));
-    PackageRequestReadFile received;
-    PackageKinds::fill(&received);
-    received.setData(QByteArray());
-    received.fromString(sent.toReplyString());
-    received.fromString(sent.toRequestString());
-    QStringList expected = PackageKinds::describe(sent);
-    expected.replaceInStrings(QStringLiteral("connection key: COM1"),
-                              QStringLiteral("connection key: "));
-    QCOMPARE(PackageKinds::describe(received), expected);
-}
-
-void tst_PackageTextForm::bringsDataBack_data()
-{
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<QByteArray>("encoded");
-    QTest::newRow("nothing") << QByteArray() << QByteArray();
-    QTest::newRow("one byte") << QByteArray("f") << QByteArray("Zg==");
-    QTest::newRow("two bytes") << QByteArray("fo") << QByteArray("Zm8=");
-    QTest::newRow("three bytes") << QByteArray("foo") << QByteArray("Zm9v");
-    QTest::newRow("four bytes") << QByteArray("foob") << QByteArray("Zm9vYg==");
-    QTest::newRow("zero bytes") << QByteArray(3, '\0') << QByteArray("AAAA");
-    QTest::newRow("plus and slash") << QByteArray("\xFB\xEF\xFF") << QByteArray("++//");
-    const QByteArray large(300000, '\xFF');
-    QTest::newRow("300000 bytes") << large << QByteArray(400000, '/');
-}
-
-void tst_PackageTextForm::bringsDataBack()
-{
-    QFETCH(QByteArray, data);
-    QFETCH(QByteArray, encoded);
-    PackageRequestWriteData sent;
-    sent.setData(data);
-    QVERIFY(sent.toRequestString().endsWith(QLatin1String(";data=" + encoded)));
-    QVERIFY(sent.toReplyString().endsWith(
-        QLatin1String(";dataLength=" + QByteArray::number(data.size()) + ";data=" + encoded)));
-    PackageRequestWriteData received;
-    received.setData("something else before");
-    received.fromString(sent.toReplyString());
-    QCOMPARE(received.getCommResult(), TarnEnum::Success);
-    QCOMPARE(received.getData(), data);
-    received.setData("something else before");
-    received.fromString(sent.toRequestString());
-    QCOMPARE(received.getData(), data);
-}
-
-void tst_PackageTextForm::keepsWhatDoesNotTravel()
-{
-    int sentToken = 0;
-    int ownToken = 0;
-    PackageRequestReadData sent;
-    sent.setUserToken(&sentToken);
-    sent.setReplyDataLength(5);
-    PackageRequestReadData received;
-    received.setUserToken(&ownToken);
-    received.setReplyDataLength(6);
-    received.fromString(sent.toReplyString());
-    QCOMPARE(received.getUserToken(), static_cast<void *>(&ownToken));
-    QCOMPARE(received.getReplyDataLength(), 6);
-    sent.setUserToken(nullptr);
-    const QString without = sent.toRequestString();
-    sent.setUserToken(&sentToken);
-    QCOMPARE(sent.toRequestString(), without);
 }
 
 void tst_PackageTextForm::doesNotDependOnTheLocale_data()

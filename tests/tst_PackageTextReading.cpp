@@ -3,8 +3,6 @@
 
 #include <QTest>
 
-#include <algorithm>
-
 namespace {
 
 struct FieldRow
@@ -120,12 +118,6 @@ class tst_PackageTextReading : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void keepsTheGoodFieldsOfABadText_data();
-    void keepsTheGoodFieldsOfABadText();
-    void reportsABadFieldWhereverItStands_data();
-    void reportsABadFieldWhereverItStands();
-    void overrulesAGoodResultInABadText();
-    void reportsAnEmptyText();
     void takesGoodFields_data();
     void takesGoodFields();
     void takesFieldsInAnyOrder();
@@ -133,83 +125,11 @@ private Q_SLOTS:
     void ignoresUnknownNames();
     void keepsTheValuesOfMissingFields();
     void takesTheLastOfTwoEqualFields();
-    void reportsABadFieldThatAGoodOneFollows();
     void neverChangesTheCodesOfATypedPackage_data();
     void neverChangesTheCodesOfATypedPackage();
     void ignoresTheCodesInAPlainPackage_data();
     void ignoresTheCodesInAPlainPackage();
-    void comparesTheDataLengthWhereverItStands_data();
-    void comparesTheDataLengthWhereverItStands();
-    void readsAgainAfterABadText();
 };
-
-void tst_PackageTextReading::keepsTheGoodFieldsOfABadText_data()
-{
-    QTest::addColumn<QString>("bad");
-    for (const FieldRow &row : BadFields)
-        QTest::newRow(row.name) << field(row.field);
-}
-
-void tst_PackageTextReading::keepsTheGoodFieldsOfABadText()
-{
-    QFETCH(QString, bad);
-    PackageRequestReadData expected;
-    prepare(&expected);
-    expected.fromString(QStringLiteral("serialNum=77"));
-    expected.setReserved2(1);
-    expected.setTag(QStringLiteral("good"));
-    expected.setCommResult(TarnEnum::BadReply);
-
-    PackageRequestReadData package;
-    prepare(&package);
-    package.fromString(QStringLiteral("serialNum=77;reserved2=1;tag=good;") + bad);
-    // The length of the data is announced and compared; it has no value to keep.
-    QCOMPARE(PackageKinds::describe(package), PackageKinds::describe(expected));
-}
-
-void tst_PackageTextReading::reportsABadFieldWhereverItStands_data()
-{
-    keepsTheGoodFieldsOfABadText_data();
-}
-
-void tst_PackageTextReading::reportsABadFieldWhereverItStands()
-{
-    QFETCH(QString, bad);
-    const QString good = QStringLiteral("serialNum=77;reserved2=1");
-    const QStringList texts{bad + QLatin1Char(';') + good,
-                            QStringLiteral("serialNum=77;") + bad + QStringLiteral(";reserved2=1"),
-                            good + QLatin1Char(';') + bad};
-    for (const QString &text : texts) {
-        PackageRequestReadData package;
-        prepare(&package);
-        package.fromString(text);
-        QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
-        QCOMPARE(package.getSerialNum(), Q_UINT64_C(77));
-        QCOMPARE(package.getReserved2(), 1);
-    }
-}
-
-void tst_PackageTextReading::overrulesAGoodResultInABadText()
-{
-    PackageRequestReadData package;
-    package.fromString(QStringLiteral("commResult=0;portAddr=x"));
-    QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
-    package.fromString(QStringLiteral("portAddr=x;commResult=0"));
-    QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
-}
-
-void tst_PackageTextReading::reportsAnEmptyText()
-{
-    for (const QString &text : {QString(), QStringLiteral("")}) {
-        PackageRequestReadData package;
-        prepare(&package);
-        QStringList expected = PackageKinds::describe(package);
-        expected.replaceInStrings(QStringLiteral("result: 0"), QStringLiteral("result: 5"));
-        package.fromString(text);
-        QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
-        QCOMPARE(PackageKinds::describe(package), expected);
-    }
-}
 
 void tst_PackageTextReading::takesGoodFields_data()
 {
@@ -322,14 +242,6 @@ void tst_PackageTextReading::takesTheLastOfTwoEqualFields()
     QCOMPARE(package.getTimeout(), 2);
 }
 
-void tst_PackageTextReading::reportsABadFieldThatAGoodOneFollows()
-{
-    PackageRequestReadData package;
-    package.fromString(QStringLiteral("timeout=x;timeout=2"));
-    QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
-    QCOMPARE(package.getTimeout(), 2);
-}
-
 void tst_PackageTextReading::neverChangesTheCodesOfATypedPackage_data()
 {
     PackageKinds::addRows();
@@ -377,46 +289,6 @@ void tst_PackageTextReading::ignoresTheCodesInAPlainPackage()
         QCOMPARE(package->getClientPackageType(), 0);
         QCOMPARE(package->getSerialNum(), Q_UINT64_C(77));
     }
-}
-
-void tst_PackageTextReading::comparesTheDataLengthWhereverItStands_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("isGood");
-    QTest::newRow("before the data, right") << QStringLiteral("dataLength=3;data=Zm9v") << true;
-    QTest::newRow("after the data, right") << QStringLiteral("data=Zm9v;dataLength=3") << true;
-    QTest::newRow("before the data, wrong") << QStringLiteral("dataLength=2;data=Zm9v") << false;
-    QTest::newRow("after the data, wrong") << QStringLiteral("data=Zm9v;dataLength=4") << false;
-    QTest::newRow("no data, right") << QStringLiteral("dataLength=0;data=") << true;
-    QTest::newRow("no data, wrong") << QStringLiteral("dataLength=1;data=") << false;
-    QTest::newRow("not announced") << QStringLiteral("data=Zm9v") << true;
-    QTest::newRow("only announced, as what is held") << QStringLiteral("dataLength=4") << true;
-    QTest::newRow("only announced, otherwise") << QStringLiteral("dataLength=0") << false;
-    QTest::newRow("the last announcement counts, right")
-        << QStringLiteral("dataLength=9;data=Zm9v;dataLength=3") << true;
-    QTest::newRow("the last announcement counts, wrong")
-        << QStringLiteral("dataLength=3;data=Zm9v;dataLength=9") << false;
-}
-
-void tst_PackageTextReading::comparesTheDataLengthWhereverItStands()
-{
-    QFETCH(QString, text);
-    QFETCH(bool, isGood);
-    PackageRequestReadData package;
-    prepare(&package);
-    package.fromString(text + QStringLiteral(";serialNum=77"));
-    QCOMPARE(package.getCommResult(), isGood ? TarnEnum::Success : TarnEnum::BadReply);
-    QCOMPARE(package.getSerialNum(), Q_UINT64_C(77));
-}
-
-void tst_PackageTextReading::readsAgainAfterABadText()
-{
-    PackageRequestReadData package;
-    package.fromString(QStringLiteral("serialNum=x"));
-    QCOMPARE(package.getCommResult(), TarnEnum::BadReply);
-    package.fromString(QStringLiteral("serialNum=77;commResult=0;dataLength=1;data=QQ=="));
-    QCOMPARE(package.getCommResult(), TarnEnum::Success);
-    QCOMPARE(package.getSerialNum(), Q_UINT64_C(77));
 }
 
 KSPROXY_TEST_MAIN(tst_PackageTextReading)
