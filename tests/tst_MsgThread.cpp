@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr qint64 NanosecondsPerMs = 1000000;
-
 /// The same fields as plain members, in the order in which they must lie.
 struct PlainThread : public QThread
 {
