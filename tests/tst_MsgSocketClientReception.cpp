@@ -81,6 +81,7 @@ private Q_SLOTS:
     void keepsAnIncompleteFrameAcrossAReconnect();
     void readsWhatArrivesWhileAReceiverRunsAnEventLoop();
     void survivesAReceiverThatDisconnects();
+    void emitsAllThatHadArrivedToAReceiverThatDisconnects();
     void survivesAReceiverThatDeletesTheClient();
 };
 
@@ -255,6 +256,27 @@ void tst_MsgSocketClientReception::survivesAReceiverThatDisconnects()
     peer.send(WireBytes::frame("one") + WireBytes::frame("two"));
     QTRY_COMPARE_WITH_TIMEOUT(spy.size(), 2, WaitLimitMs);
     QVERIFY(client.connectServer());
+}
+
+// More than one read takes, so some of it is still with the socket when the receiver disconnects.
+void tst_MsgSocketClientReception::emitsAllThatHadArrivedToAReceiverThatDisconnects()
+{
+    const QByteArray longBody(150000, 'x');
+    LocalPeer peer;
+    MsgSocketClient client;
+    QSignalSpy spy(&client, &MsgSocketClient::receivedInfos);
+    connect(&client, &MsgSocketClient::receivedInfos, this, [&] { client.disconnectFromServer(); });
+    QVERIFY(client.connectServer());
+    QTRY_VERIFY_WITH_TIMEOUT(peer.isConnected(), WaitLimitMs);
+    TestAccess::socket(client)->blockSignals(true);
+    peer.send(WireBytes::frame("first") + WireBytes::frame(longBody) + WireBytes::frame("last")
+              + WireBytes::frame("joined").left(6));
+    constexpr qint64 Arrived = 9 + 150004 + 8 + 6;
+    QTRY_COMPARE_WITH_TIMEOUT(TestAccess::socket(client)->bytesAvailable(), Arrived, WaitLimitMs);
+    TestAccess::socket(client)->blockSignals(false);
+    Q_EMIT TestAccess::socket(client)->readyRead();
+    QCOMPARE(payloadsOf(spy), (QList<QByteArray>{"first", longBody, "last"}));
+    QCOMPARE(TestAccess::reader(client).pendingBytes(), 6);
 }
 
 void tst_MsgSocketClientReception::survivesAReceiverThatDeletesTheClient()

@@ -2,6 +2,9 @@
 #define FRAMECODEC_H
 
 #include <QByteArray>
+#include <QtEndian>
+
+#include <cstring>
 
 /// The frame on the local socket, the same in both directions: an unsigned 32-bit little-endian
 /// count of payload bytes, then the payload. The count does not include itself.
@@ -13,7 +16,14 @@ constexpr int LengthBytes = 4;
 QByteArray encode(const QByteArray &payload);
 
 /// The length in the first bytes of \a data. Bytes that have not arrived yet count as 0.
-quint32 decodeLength(const char *data, int available);
+inline quint32 decodeLength(const char *data, int available)
+{
+    quint32 length = 0;
+    if (available >= LengthBytes)
+        return qFromLittleEndian<quint32>(data);
+    std::memcpy(&length, data, available);
+    return qFromLittleEndian(length);
+}
 
 } // namespace FrameCodec
 

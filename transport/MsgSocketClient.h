@@ -39,7 +39,9 @@ public:
 Q_SIGNALS:
     /// One complete frame has arrived. Emitted from the socket's own notification, once per frame
     /// in stream order; the next frame is cut when all receivers have returned.
-    void receivedInfos(QByteArray infos);
+    /// By reference only to spare a copy of the handle for each frame: the signature that strings
+    /// and meta-object know is receivedInfos(QByteArray).
+    void receivedInfos(const QByteArray &infos);
 
 public Q_SLOTS:
     /// Reads what the socket has. For the socket only: a direct call does nothing.
@@ -48,6 +50,7 @@ public Q_SLOTS:
 private:
     friend class TestAccess;
 
+    bool readPiece();
     bool emitCompleteFrames();
 
     QLocalSocket *m_socket;
