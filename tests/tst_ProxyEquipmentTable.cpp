@@ -2,7 +2,11 @@
 #include "TestMain.h"
 #include "TestProxy.h"
 
+#include <QRandomGenerator>
 #include <QTest>
+
+#include <algorithm>
+#include <random>
 
 namespace {
 
@@ -40,6 +44,8 @@ private Q_SLOTS:
     void unescapesKeysOnly_data();
     void unescapesKeysOnly();
     void lastRecordOfAKeyWins();
+    void makesTheSameTableOfRecordsInAnyOrder();
+    void emptyFieldsAreEmptyTextsAndNotNull();
     void keepsWhatIsBeyondAscii();
     void replacesTheWholeTable();
     void readsAHundredThousandRecords();
@@ -221,6 +227,50 @@ void tst_ProxyEquipmentTable::lastRecordOfAKeyWins()
     // The same key, written in two ways.
     QVERIFY(proxy->ParseEquipmentTable(QStringLiteral("a#*#,b/1/2/A/5,*#*/1/2/A/5,*#*/6/7/B/8")));
     QCOMPARE(proxy->equipmentTable().value(QStringLiteral(",")).text, QStringLiteral("B"));
+}
+
+// Keys that come twice, with and without escapes, between others: the last of them wins.
+void tst_ProxyEquipmentTable::makesTheSameTableOfRecordsInAnyOrder()
+{
+    const quint32 seed = QRandomGenerator::system()->generate();
+    qInfo("seed %u", seed);
+    std::mt19937 random(seed);
+    const TestProxy proxy;
+    for (int round = 0; round < 100; ++round) {
+        QStringList fields;
+        for (int i = 0; i < 40; ++i)
+            fields << QStringLiteral("k%1*#*#*#").arg(i / 2) << QStringLiteral("k%1").arg(i / 3);
+        std::shuffle(fields.begin(), fields.end(), random);
+        QStringList records;
+        QMap<QString, int> expected;
+        for (const QString &field : qAsConst(fields)) {
+            records << field + QStringLiteral("/1/2/name/%1").arg(records.size());
+            QString key = field;
+            expected[key.replace(QLatin1String("*#*"), QLatin1String(","))
+                         .replace(QLatin1String("#*#"), QLatin1String("/"))]
+                = records.size() - 1;
+        }
+        QVERIFY(proxy->ParseEquipmentTable(records.join(QLatin1Char(','))));
+        const QMap<QString, EquipmentInfo> table = proxy->equipmentTable();
+        QCOMPARE(table.keys(), expected.keys());
+        for (const QString &key : table.keys()) {
+            QCOMPARE(table[key].intValue, expected[key]);
+            QCOMPARE(table[key].connectionKey, key);
+        }
+    }
+}
+
+void tst_ProxyEquipmentTable::emptyFieldsAreEmptyTextsAndNotNull()
+{
+    const TestProxy proxy;
+    const EquipmentInfo entry = onlyEntry(proxy, QStringLiteral("////"));
+    for (const QString &text : {entry.connectionKey, entry.connectionKeyCopy, entry.text}) {
+        QVERIFY(text.isEmpty());
+        QVERIFY(!text.isNull());
+    }
+    QCOMPARE(entry.shortValue, qint16(0));
+    QCOMPARE(entry.longValue, qint64(0));
+    QCOMPARE(entry.intValue, 0);
 }
 
 void tst_ProxyEquipmentTable::keepsWhatIsBeyondAscii()
