@@ -41,7 +41,7 @@ ServerLink::ServerLink(int silenceLimitMs)
     , m_silenceLimitMs(silenceLimitMs)
 {
     if (!m_isSecondHand)
-        m_proxy = new KVTServerMessageOldProxy;
+        m_proxy = SpareProxies::makeNew();
     connectProxy();
     connect(&m_watch, &QTimer::timeout, this, &ServerLink::watch);
     m_sinceProbe.start();

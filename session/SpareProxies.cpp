@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QList>
+#include <QPointer>
 #include <QThread>
 #include <QTimer>
 
@@ -32,11 +33,37 @@ bool isApplicationThread()
     return qApp != nullptr && QThread::currentThread() == qApp->thread();
 }
 
-void deleteAll()
+QList<QPointer<KVTServerMessageOldProxy>> &used()
 {
+    static QList<QPointer<KVTServerMessageOldProxy>> list;
+    return list;
+}
+
+// When the application object goes, and before the event dispatcher does that the workers wake.
+void stopAll()
+{
+    const auto inUse = std::exchange(used(), {});
+    for (const QPointer<KVTServerMessageOldProxy> &proxy : inUse) {
+        if (proxy)
+            proxy->Terminate();
+    }
     const QList<Spare> all = std::exchange(spares(), {});
     for (const Spare &spare : all)
         delete spare.proxy;
+}
+
+void stopAllInTime()
+{
+    qRemovePostRoutine(stopAll);
+    qAddPostRoutine(stopAll);
+}
+
+KVTServerMessageOldProxy *use(KVTServerMessageOldProxy *proxy)
+{
+    used().removeAll(nullptr);
+    used().append(proxy);
+    stopAllInTime();
+    return proxy;
 }
 
 // What the server goes on sending waits for a proxy that takes nothing; it is thrown away now and
@@ -58,7 +85,13 @@ KVTServerMessageOldProxy *SpareProxies::take()
     KVTServerMessageOldProxy *const proxy = spares().takeLast().proxy;
     proxy->Terminate(); // what has come since it was last tidied is none of the next session's
                         // affair
-    return proxy;
+    return use(proxy);
+}
+
+KVTServerMessageOldProxy *SpareProxies::makeNew()
+{
+    auto *const proxy = new KVTServerMessageOldProxy;
+    return isApplicationThread() ? use(proxy) : proxy;
 }
 
 void SpareProxies::keep(KVTServerMessageOldProxy *proxy)
@@ -69,7 +102,7 @@ void SpareProxies::keep(KVTServerMessageOldProxy *proxy)
         delete proxy;
         return;
     }
-    qRemovePostRoutine(deleteAll);
-    qAddPostRoutine(deleteAll);
+    used().removeAll(proxy);
+    stopAllInTime();
     spares().append({proxy, startTidying(proxy)});
 }

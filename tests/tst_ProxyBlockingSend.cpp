@@ -259,6 +259,7 @@ void tst_ProxyBlockingSend::completesARequestThatCannotBeWritten()
     proxy->SendPackageMessage(&package);
     const LoopThread loop(&*proxy, SendLoop);
     QTRY_COMPARE_WITH_TIMEOUT(completed.available(), 1, WaitLimitMs);
+    QVERIFY(completed.tryAcquire(1));
     QCOMPARE(completions.size(), 1);
     QCOMPARE(completions.first().sender, static_cast<void *>(&*proxy));
     QCOMPARE(completions.first().reply, &package);

@@ -36,7 +36,9 @@ public:
     QStringList words() const
     {
         const QMutexLocker locker(&m_mutex);
-        return m_words;
+        QStringList words = m_words;
+        words.detach(); // what is read without the lock is nobody else's
+        return words;
     }
     int beats() const
     {

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QThread>
 
+#include <atomic>
 #include <vector>
 
 class Torture;
@@ -67,7 +68,7 @@ private:
     void closeMessage(const Message &message, int index);
 
     std::vector<Producer> m_producers;
-    bool m_isTerminating = false;
+    std::atomic<bool> m_isTerminating{false}; // other threads delete objects too
 
     qint64 m_refused = 0;
     qint64 m_sent = 0;
