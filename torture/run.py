@@ -73,6 +73,7 @@ def main():
     for name in names:
         if not (folder / (PREFIX + name)).exists():
             sys.exit(f"run.py: there is no program {PREFIX}{name} in {folder}")
+    (HERE / "results").mkdir(exist_ok=True)
     good = [run(folder, name) for name in names]
     sys.exit(0 if all(good) else 1)
 
