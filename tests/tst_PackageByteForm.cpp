@@ -1,53 +1,11 @@
 #include "PackageKinds.h"
+#include "ReadByteForm.h"
 #include "TestMain.h"
 
-#include <QDataStream>
 #include <QLocale>
 #include <QTest>
 
 #include <limits>
-
-namespace {
-
-/// What a byte form says, read field by field by this test's own stream.
-struct ReadBack
-{
-    explicit ReadBack(const QByteArray &bytes, bool isRead, bool isWrite)
-    {
-        QDataStream stream(bytes);
-        stream.setByteOrder(QDataStream::LittleEndian);
-        stream.setVersion(QDataStream::Qt_5_12);
-        stream >> version >> serialNum >> readWriteCode >> clientPackageType >> connectionKey
-            >> deviceType >> portAddr >> scanBoardAddr >> desAddr >> scrAddr >> highAddr >> lowAddr
-            >> reserved2 >> timeout >> tag;
-        if (isRead)
-            stream >> readLength;
-        if (isWrite)
-            stream >> data;
-        isWhole = stream.status() == QDataStream::Ok && stream.atEnd();
-    }
-
-    quint8 version = 0;
-    quint64 serialNum = 0;
-    qint32 readWriteCode = 0;
-    qint32 clientPackageType = 0;
-    QString connectionKey;
-    qint32 deviceType = 0;
-    qint8 portAddr = 0;
-    qint32 scanBoardAddr = 0;
-    qint8 desAddr = 0;
-    qint8 scrAddr = 0;
-    quint16 highAddr = 0;
-    quint16 lowAddr = 0;
-    qint32 reserved2 = 0;
-    qint32 timeout = 0;
-    QString tag;
-    qint32 readLength = 0;
-    QByteArray data;
-    bool isWhole = false;
-};
-
-} // namespace
 
 class tst_PackageByteForm : public QObject
 {
@@ -149,7 +107,7 @@ void tst_PackageByteForm::writesEveryField()
     QFETCH(PackageKind, kind);
     const auto package = kind.make();
     PackageKinds::fill(package.get());
-    const ReadBack read(package->toByteArray(), kind.isRead(), kind.isWrite());
+    const ReadByteForm read(package->toByteArray(), kind.isRead(), kind.isWrite());
     QVERIFY(read.isWhole);
     QCOMPARE(read.version, quint8(1));
     QCOMPARE(read.serialNum, package->getSerialNum());
@@ -198,7 +156,7 @@ void tst_PackageByteForm::writesTheEndsOfAllRanges()
     package.setScanBoardAddr(end(0));
     package.setTimeout(end(0));
     package.setReadLength(end(0));
-    const ReadBack read(package.toByteArray(), true, false);
+    const ReadByteForm read(package.toByteArray(), true, false);
     QVERIFY(read.isWhole);
     QCOMPARE(read.serialNum, end(quint64()));
     QCOMPARE(read.highAddr, end(quint16()));
@@ -230,7 +188,7 @@ void tst_PackageByteForm::writesTexts()
     PackageRequestWriteFile package;
     package.setTag(text);
     package.setServerConnectionKey(text + text);
-    const ReadBack read(package.toByteArray(), false, true);
+    const ReadByteForm read(package.toByteArray(), false, true);
     QVERIFY(read.isWhole);
     QCOMPARE(read.tag, text);
     QCOMPARE(read.connectionKey, text + text);
