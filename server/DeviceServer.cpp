@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int HeartbeatMs = 3000;
 constexpr int GoodbyeMs = 2000;
 const QString Version = QStringLiteral(KSPROXY_VERSION);
 
