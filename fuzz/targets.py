@@ -1,0 +1,49 @@
+"""What the fuzz targets are, for the scripts beside this file."""
+
+from dataclasses import dataclass
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+FOLDER = ROOT / "fuzz"
+BUILD = ROOT / "build" / "fuzz"
+
+
+@dataclass(frozen=True)
+class Target:
+    name: str
+    about: str
+    sources: tuple  # whose coverage its corpus is measured by: paths from the root
+    max_len: int = 1024  # bytes of an input
+    runs_per_process: int = 1_000_000  # what the library keeps on purpose adds up
+    suppressions: str = "tests/lsan.supp"
+
+    @property
+    def program(self):
+        return f"fuzz_{self.name}"
+
+    @property
+    def corpus(self):
+        return FOLDER / "corpus" / self.name
+
+    @property
+    def dictionary(self):
+        return FOLDER / "dictionaries" / f"{self.name}.dict"
+
+
+ALL = {
+    target.name: target
+    for target in (
+        Target("frames", "the frame reader against a second one", ("transport/FrameReader.cpp",), 2048),
+        Target("table", "the equipment table's reader against a second one",
+               ("proxy/equipment_table.cpp", "transport/EquipmentKeyText.cpp")),
+        Target("packages", "the packages' text form and byte form, there and back",
+               ("interface/ksproxypackage/PackageTextForm.cpp",
+                "interface/ksproxypackage/PackageByteForm.cpp")),
+        Target("scenario", "the simulated server's JSON", (
+            "server/CommandFields.cpp", "server/CommandReader.cpp", "server/EquipmentConfig.cpp",
+            "server/EquipmentReader.cpp", "server/Fault.cpp", "server/FaultKinds.cpp",
+            "server/JsonFields.cpp", "server/JsonText.cpp", "server/MemoryReader.cpp",
+            "server/MessageFilter.cpp", "server/ScenarioReader.cpp"),
+            4096, suppressions="fuzz/qt-json.supp"),
+    )
+}
