@@ -39,6 +39,9 @@ ALL = {
         Target("packages", "the packages' text form and byte form, there and back",
                ("interface/ksproxypackage/PackageTextForm.cpp",
                 "interface/ksproxypackage/PackageByteForm.cpp")),
+        Target("reception", "received messages, and both drains of the replies, against a model",
+               ("proxy/reception.cpp", "proxy/notify_loop.cpp", "proxy/reply_matching.cpp",
+                "proxy/events.cpp", "proxy/equipment_table.cpp", "transport/MessageBody.cpp")),
         Target("scenario", "the simulated server's JSON", (
             "server/CommandFields.cpp", "server/CommandReader.cpp", "server/EquipmentConfig.cpp",
             "server/EquipmentReader.cpp", "server/Fault.cpp", "server/FaultKinds.cpp",
