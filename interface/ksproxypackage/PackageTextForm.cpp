@@ -113,8 +113,8 @@ bool readText(const QStringRef &value, QString *target)
     const QByteArray utf8 = QByteArray::fromPercentEncoding(encoded);
     // Not QString::fromUtf8: that drops a leading byte order mark and hides invalid bytes.
     QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
-    const QString text
-        = QTextCodec::codecForName("UTF-8")->toUnicode(utf8.constData(), utf8.size(), &state);
+    static const QTextCodec *const codec = QTextCodec::codecForName("UTF-8"); // looked up slowly
+    const QString text = codec->toUnicode(utf8.constData(), utf8.size(), &state);
     if (state.invalidChars > 0 || state.remainingChars > 0)
         return false;
     *target = text;
