@@ -48,5 +48,11 @@ ALL = {
             "server/JsonFields.cpp", "server/JsonText.cpp", "server/MemoryReader.cpp",
             "server/MessageFilter.cpp", "server/ScenarioReader.cpp"),
             4096, suppressions="fuzz/qt-json.supp"),
+        Target("server", "the simulated server, with clients that send what they like", (
+            "server/ClientConnection.cpp", "server/ClientGroup.cpp", "server/DeviceRequest.cpp",
+            "server/DeviceServer.cpp", "server/EquipmentEvents.cpp", "server/EquipmentMemory.cpp",
+            "server/EquipmentRack.cpp", "server/EquipmentUnit.cpp", "server/FaultPlan.cpp",
+            "server/FaultyFrame.cpp", "server/FaultyWire.cpp", "server/HeldMessages.cpp",
+            "server/RequestQueue.cpp")),
     )
 }
