@@ -29,3 +29,8 @@ QString testFolder()
 {
     return currentFolder;
 }
+
+void setTestFolder(const QString &folder)
+{
+    currentFolder = folder;
+}

@@ -10,6 +10,9 @@ int runTest(QObject *test, int argc, char **argv);
 /// The folder that `runTest` has made; empty before.
 QString testFolder();
 
+/// For programs that make such a folder by themselves.
+void setTestFolder(const QString &folder);
+
 #define KSPROXY_TEST_MAIN(TestClass)                                                               \
     int main(int argc, char **argv)                                                                \
     {                                                                                              \
