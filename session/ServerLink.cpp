@@ -231,8 +231,11 @@ void ServerLink::loseLater(const QString &reason)
         return;
     m_isLost = true;
     m_watch.stop();
-    QMetaObject::invokeMethod(
-        this, [this, reason] { Q_EMIT lost(reason); }, Qt::QueuedConnection);
+    const auto conclude = [this, reason] {
+        m_proxy->NotifyThreadFun(false); // replies that came before the end and wait for its tick
+        Q_EMIT lost(reason);
+    };
+    QMetaObject::invokeMethod(this, conclude, Qt::QueuedConnection);
 }
 
 void ServerLink::loseConnection(const QString &reason)
