@@ -4,6 +4,7 @@
 #include "ProxyKill.h"
 #include "ServerProcess.h"
 #include "SessionKill.h"
+#include "Spread.h"
 #include "TestMain.h"
 #include "Torture.h"
 #include "WorkerPool.h"
@@ -13,7 +14,6 @@
 #include <QFile>
 #include <QLoggingCategory>
 
-#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -175,17 +175,15 @@ public:
         return total;
     }
 
-    /// In ascending order, without those that are negative.
-    template <typename Value>
-    std::vector<double> sorted(Value KillOutcome::*what) const
+    /// Without those that are negative.
+    Spread spread(double KillOutcome::*what) const
     {
-        std::vector<double> values;
+        Spread spread;
         for (const KillOutcome &outcome : m_outcomes) {
             if (outcome.*what >= 0)
-                values.push_back(static_cast<double>(outcome.*what));
+                spread.add(outcome.*what);
         }
-        std::sort(values.begin(), values.end());
-        return values;
+        return spread;
     }
 
     int count() const
@@ -196,16 +194,6 @@ public:
 private:
     QList<KillOutcome> m_outcomes;
 };
-
-double median(const std::vector<double> &values)
-{
-    return values.empty() ? 0 : values[values.size() / 2];
-}
-
-double worst(const std::vector<double> &values)
-{
-    return values.empty() ? 0 : values.back();
-}
 
 // Each connection leaves its socket client behind, with a socket and that one's own; each process
 // of the pool a spare proxy of the last session besides.
@@ -225,8 +213,8 @@ void addLeftovers(Torture *torture, const Summary &summary, int returns, int spa
 
 void judgeSessions(Torture *torture, const Summary &sessions, int workers)
 {
-    const std::vector<double> notice = sessions.sorted(&KillOutcome::noticeMs);
-    const std::vector<double> back = sessions.sorted(&KillOutcome::backMs);
+    const Spread notice = sessions.spread(&KillOutcome::noticeMs);
+    const Spread back = sessions.spread(&KillOutcome::backMs);
     torture->add("session_kills", static_cast<qint64>(sessions.count()));
     torture->add("session_ready_before", sessions.sum(&KillOutcome::wasReady));
     torture->add("session_good", sessions.sum(&KillOutcome::good));
@@ -236,12 +224,12 @@ void judgeSessions(Torture *torture, const Summary &sessions, int workers)
     torture->add("session_unended", sessions.sum(&KillOutcome::unended));
     torture->add("session_good_without_reply", sessions.sum(&KillOutcome::goodWithoutReply));
     torture->add("session_lost_despite_reply", sessions.sum(&KillOutcome::lostDespiteReply));
-    torture->add("session_notice_median_ms", median(notice));
-    torture->add("session_notice_worst_ms", worst(notice));
-    torture->add("session_returns", static_cast<qint64>(back.size()));
-    torture->add("session_back_median_ms", median(back));
-    torture->add("session_back_worst_ms", worst(back));
-    addLeftovers(torture, sessions, static_cast<int>(back.size()), workers,
+    torture->add("session_notice_median_ms", notice.median());
+    torture->add("session_notice_worst_ms", notice.worst());
+    torture->add("session_returns", static_cast<qint64>(back.count()));
+    torture->add("session_back_median_ms", back.median());
+    torture->add("session_back_worst_ms", back.worst());
+    addLeftovers(torture, sessions, back.count(), workers,
                  {"session_objects_left_per_connection", "session_heap_left_per_connection"});
     torture->require(
         sessions.sum(&KillOutcome::odd) == 0,
@@ -251,13 +239,13 @@ void judgeSessions(Torture *torture, const Summary &sessions, int workers)
                      QStringLiteral("a request of a session did not end once"));
     torture->require(sessions.sum(&KillOutcome::goodWithoutReply) == 0,
                      QStringLiteral("a request of a session ended well without a reply"));
-    torture->require(sessions.sum(&KillOutcome::cameBack) == static_cast<qint64>(back.size()),
+    torture->require(sessions.sum(&KillOutcome::cameBack) == static_cast<qint64>(back.count()),
                      QStringLiteral("a session did not come back"));
 }
 
 void judgeProxies(Torture *torture, const Summary &proxies)
 {
-    const std::vector<double> notice = proxies.sorted(&KillOutcome::noticeMs);
+    const Spread notice = proxies.spread(&KillOutcome::noticeMs);
     torture->add("proxy_kills", static_cast<qint64>(proxies.count()));
     torture->add("proxy_good", proxies.sum(&KillOutcome::good));
     torture->add("proxy_write_failed", proxies.sum(&KillOutcome::lost));
@@ -265,8 +253,8 @@ void judgeProxies(Torture *torture, const Summary &proxies)
     torture->add("proxy_other_ends", proxies.sum(&KillOutcome::odd));
     torture->add("proxy_ended_twice", proxies.sum(&KillOutcome::twice));
     torture->add("proxy_unended", proxies.sum(&KillOutcome::unended));
-    torture->add("proxy_notice_median_ms", median(notice));
-    torture->add("proxy_notice_worst_ms", worst(notice));
+    torture->add("proxy_notice_median_ms", notice.median());
+    torture->add("proxy_notice_worst_ms", notice.worst());
     addLeftovers(torture, proxies, 0, 0,
                  {"proxy_objects_left_per_connection", "proxy_heap_left_per_connection"});
     torture->require(proxies.sum(&KillOutcome::odd) == 0 && proxies.sum(&KillOutcome::twice) == 0,
