@@ -27,7 +27,7 @@ int runTest(QObject *test, int argc, char **argv)
 
 QString testFolder()
 {
-    return currentFolder;
+    return currentFolder.isEmpty() ? QDir::tempPath() : currentFolder;
 }
 
 void setTestFolder(const QString &folder)

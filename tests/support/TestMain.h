@@ -7,7 +7,7 @@
 /// own as `TMPDIR`, so that its local sockets are nobody else's.
 int runTest(QObject *test, int argc, char **argv);
 
-/// The folder that `runTest` has made; empty before.
+/// The folder that `runTest` has made; the temporary folder in a program that it does not run.
 QString testFolder();
 
 /// For programs that make such a folder by themselves.
