@@ -196,6 +196,8 @@ void ServerLink::concludeRegistration()
         return;
     }
     m_hasConfirmed = true;
+    m_sinceAnswer.start(); // its first answer, however long the server has taken for it
+    m_unansweredProbes = 0;
     m_watch.start(WatchMs);
     addCatchers(1);
     Q_EMIT confirmed();

@@ -1,7 +1,9 @@
+#include "LocalPeer.h"
 #include "LogCapture.h"
 #include "SessionFixture.h"
 #include "SteeredServer.h"
 #include "TestMain.h"
+#include "WireBytes.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -16,6 +18,21 @@ using State = DeviceSession::State;
 namespace {
 
 constexpr qint64 NoticeMs = 1000;
+
+const QByteArray Confirmation = WireBytes::message(0, "COM1/1/1/x/0,1.0");
+
+// The texts of the read requests that have arrived, the session's own for the empty key among them.
+QList<QByteArray> readRequests(const LocalPeer &peer)
+{
+    constexpr char readData = 7;
+    QList<QByteArray> texts;
+    const QList<QByteArray> bodies = peer.bodies();
+    for (const QByteArray &body : bodies) {
+        if (body.startsWith(readData))
+            texts.append(body.mid(1));
+    }
+    return texts;
+}
 
 int failedAttempts(const LogCapture &log)
 {
@@ -35,6 +52,8 @@ private Q_SLOTS:
     void noticesAKilledServerWhileIdle();
     void noticesAServerThatSaysGoodbye();
     void noticesASilentServer();
+    void countsSilenceFromTheConfirmation();
+    void deliversRepliesThatCameBeforeTheLoss();
     void endsOutstandingRequests();
     void staysLostWithoutAPolicy();
     void asksLessAndLessOften();
@@ -101,6 +120,57 @@ void tst_SessionLoss::noticesASilentServer()
     QVERIFY(f.session.lastError().text.contains(QLatin1String("has not answered anything")));
     f.server.sendSignal(SIGCONT);
     QVERIFY(f.waitFor(State::Ready));
+}
+
+// A server that takes longer for the confirmation than it may be silent afterwards.
+void tst_SessionLoss::countsSilenceFromTheConfirmation()
+{
+    LocalPeer peer;
+    SessionFixture f;
+    SessionOptions options = SessionFixture::options();
+    options.silenceLimitMs = 800;
+    QVERIFY(f.session.open(options));
+    QTRY_VERIFY_WITH_TIMEOUT(readRequests(peer).size() >= 3, WaitLimitMs);
+    QElapsedTimer timer;
+    timer.start();
+    peer.send(Confirmation);
+    QVERIFY(f.waitFor(State::Ready));
+    QVERIFY(f.waitFor(State::Lost));
+    QVERIFY2(timer.elapsed() >= options.silenceLimitMs,
+             qPrintable(QString::number(timer.elapsed())));
+}
+
+// Several rounds: the next write, which notices the loss, and the next look at what has come race.
+void tst_SessionLoss::deliversRepliesThatCameBeforeTheLoss()
+{
+    constexpr int rounds = 10;
+    for (int round = 0; round < rounds; ++round) {
+        LocalPeer peer;
+        SessionFixture f;
+        QVERIFY(f.session.open(SessionFixture::options()));
+        QTRY_VERIFY_WITH_TIMEOUT(peer.isConnected(), WaitLimitMs);
+        peer.send(Confirmation);
+        QVERIFY(f.waitFor(State::Ready));
+        QList<DeviceReply *> replies;
+        for (int i = 0; i < 5; ++i)
+            replies.append(f.session.read({QStringLiteral("COM1"), 0}, 4));
+        const auto first = [&peer] {
+            const QList<QByteArray> texts = readRequests(peer);
+            for (const QByteArray &text : texts) {
+                if (text.contains(";serverConnectionKey=COM1;"))
+                    return text;
+            }
+            return QByteArray();
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(!first().isEmpty(), WaitLimitMs);
+        peer.send(WireBytes::message(11, first() + ";commResult=0;dataLength=4;data=AAAAAA=="));
+        peer.disconnectPeer();
+        QVERIFY(f.waitFor(State::Lost));
+        QVERIFY(waitForEnd(*replies.first()));
+        QVERIFY(waitForEnd(*replies.last()));
+        QCOMPARE(replies.first()->error(), Code::None);
+        QCOMPARE(replies.last()->error(), Code::ConnectionLost);
+    }
 }
 
 void tst_SessionLoss::endsOutstandingRequests()
