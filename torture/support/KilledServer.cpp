@@ -1,9 +1,8 @@
 #include "KilledServer.h"
 
+#include "PlainSocket.h"
 #include "RawClient.h"
 #include "WireBytes.h"
-
-#include <QDir>
 
 #include <atomic>
 #include <cerrno>
@@ -12,9 +11,7 @@
 #include <ctime>
 #include <poll.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,31 +25,6 @@ qint64 nowNs()
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
-sockaddr_un addressOf(const QByteArray &path)
-{
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    qstrncpy(address.sun_path, path.constData(), sizeof address.sun_path);
-    return address;
-}
-
-const sockaddr *generic(const sockaddr_un *address)
-{
-    return reinterpret_cast<const sockaddr *>(address);
-}
-
-bool writeAll(int descriptor, const char *data, qint64 size)
-{
-    while (size > 0) {
-        const ssize_t count = send(descriptor, data, static_cast<size_t>(size), MSG_NOSIGNAL);
-        if (count < 0)
-            return false;
-        data += count;
-        size -= count;
-    }
-    return true;
 }
 
 } // namespace
@@ -94,7 +66,7 @@ bool KilledServer::start(Direction direction, qint64 bytes)
     m_account->toServer = 0;
     m_account->toClient = 0;
     m_account->deathNs = 0;
-    const int listener = listeningSocket();
+    const int listener = PlainSocket::listenAsServer();
     if (listener < 0)
         return false;
     m_pid = fork();
@@ -102,19 +74,6 @@ bool KilledServer::start(Direction direction, qint64 bytes)
         serve(listener);
     close(listener);
     return m_pid > 0;
-}
-
-int KilledServer::listeningSocket() const
-{
-    const QByteArray path = (QDir::tempPath() + QLatin1String("/tarnSver")).toLocal8Bit();
-    unlink(path.constData()); // of the one before
-    const sockaddr_un address = addressOf(path);
-    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-    if (listener >= 0 && bind(listener, generic(&address), sizeof address) == 0
-        && listen(listener, 8) == 0)
-        return listener;
-    close(listener);
-    return -1;
 }
 
 void KilledServer::kill()
@@ -164,15 +123,11 @@ QSet<quint64> KilledServer::answered() const
 
 void KilledServer::serve(int listener)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    constexpr int first = 3;
-    dup2(listener, first);
-    close_range(first + 1, ~0U, 0); // the client's ends of its connections are among them
-    const sockaddr_un address = addressOf(m_serverPath);
+    listener = PlainSocket::keepOnly(listener);
     for (;;) {
-        const int client = accept(first, nullptr, nullptr);
-        const int server = socket(AF_UNIX, SOCK_STREAM, 0);
-        if (connect(server, generic(&address), sizeof address) == 0)
+        const int client = accept(listener, nullptr, nullptr);
+        const int server = PlainSocket::connectTo(m_serverPath.constData());
+        if (server >= 0)
             passOn(client, server);
         close(client);
         close(server);
@@ -210,7 +165,7 @@ bool KilledServer::pass(int from, int to, Direction direction)
     const bool isLast = m_limit > 0 && direction == m_direction && passedBytes + count >= m_limit;
     if (direction == Direction::ToClient && passedBytes + count <= KeptBytes)
         std::memcpy(m_account->sent + passedBytes, piece, static_cast<size_t>(count));
-    const bool isWritten = writeAll(to, piece, count);
+    const bool isWritten = PlainSocket::writeAll(to, piece, count);
     passedBytes += count;
     if (isLast)
         die();

@@ -37,7 +37,6 @@ private:
     struct Account;
     Q_DISABLE_COPY_MOVE(KilledServer)
 
-    int listeningSocket() const;
     [[noreturn]] void serve(int listener);
     void passOn(int client, int server);
     qint64 room(Direction direction) const;
