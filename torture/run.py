@@ -11,30 +11,17 @@ one that fails keeps its figures too, and the exit code is then 1.
 import datetime
 import json
 import pathlib
-import platform
 import subprocess
 import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parent / "bench"))
+
+from facts import commit, machine  # noqa: E402
+
 PREFIX = "torture_"
 # Programs that also sample over time, into torture/results/<name>.csv.
 CURVES = ("soak",)
-
-
-def machine():
-    model = "unknown processor"
-    for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines():
-        if line.startswith("model name"):
-            model = line.split(":", 1)[1].strip()
-            break
-    cores = subprocess.check_output(["nproc"], text=True).strip()
-    return f"{model}, {cores} cores, {platform.system()} {platform.release().split('-')[0]}"
-
-
-def commit():
-    short = subprocess.check_output(["git", "rev-parse", "--short", "HEAD"], text=True, cwd=HERE).strip()
-    changed = subprocess.run(["git", "diff", "--quiet", "HEAD", "--", ":!torture/results", ":!docs"], cwd=HERE)
-    return short if changed.returncode == 0 else short + " with changes"
 
 
 def figures_of(line):

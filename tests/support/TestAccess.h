@@ -20,6 +20,21 @@ public:
         proxy.enqueueNotification(item);
     }
 
+    static NotifyStruct *takeNotification(Proxy &proxy)
+    {
+        return proxy.takeNotification();
+    }
+    static void appendPending(Proxy &proxy, PackageBase *request)
+    {
+        const QMutexLocker locker(&proxy.m_requestMutex);
+        proxy.m_requestList.append(request);
+    }
+    // As the notify loop takes it.
+    static PackageBase *takeAnsweredRequest(Proxy &proxy, quint64 serialNum)
+    {
+        return proxy.takeAnsweredRequest(serialNum);
+    }
+
     static QList<NotifyStruct *> &sendList(Proxy &proxy)
     {
         return proxy.m_sendList;
