@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Runs benchmarks and keeps what they measured.
 
 usage: bench/run.py FOLDER [--quick] [NAME...]
