@@ -1,4 +1,4 @@
-#include "EventWaiting.h"
+#include "EventWait.h"
 #include "HostileServer.h"
 #include "LoopWatch.h"
 #include "ProcessSample.h"
@@ -142,11 +142,11 @@ private:
         LoopWatch watch;
         {
             const Requests requests(client);
-            EventWaiting::pass(m_form.floodMs);
+            passInEvents(m_form.floodMs);
         }
         add(name, "hold_ms", watch.longestMs());
         if (flood.prelude.isEmpty() || client->givesUp())
-            require(EventWaiting::until([&] { return client->ended() == client->made(); }), name,
+            require(waitInEvents([&] { return client->ended() == client->made(); }), name,
                     "leaves requests without an end");
         const double kept = static_cast<double>(ProcessSample::take().heapBytes - heap);
         if (flood.prelude.isEmpty()) {
@@ -172,8 +172,8 @@ private:
         clock.start();
         LoopWatch watch;
         const Requests requests(client);
-        const bool isLost = EventWaiting::until([client] { return client->hasLost(); },
-                                                client->givesUp() ? m_form.deafMs : m_form.floodMs);
+        const bool isLost = waitInEvents([client] { return client->hasLost(); },
+                                         client->givesUp() ? m_form.deafMs : m_form.floodMs);
         add(name, "hold_ms", watch.longestMs());
         add(name, "kept_bytes_each",
             static_cast<double>(ProcessSample::take().heapBytes - heap) / qMax(1, client->made()));

@@ -1,4 +1,4 @@
-#include "EventWaiting.h"
+#include "EventWait.h"
 #include "ProcessSample.h"
 #include "SessionFixture.h"
 #include "Spread.h"
@@ -53,9 +53,9 @@ public:
     {
         m_isLost = false;
         makeRequests();
-        EventWaiting::pass(20); // some have left by then
+        passInEvents(20); // some have left by then
         const bool isBack = end(way) && waitForReady() && readsOnce();
-        const bool haveEnded = isBack && EventWaiting::until([this] { return m_underWay == 0; });
+        const bool haveEnded = isBack && waitInEvents([this] { return m_underWay == 0; });
         if (!haveEnded)
             ++m_unended;
         qDeleteAll(m_replies);
@@ -96,7 +96,7 @@ private:
     bool launch()
     {
         m_server.launch({});
-        const bool isListening = EventWaiting::until(
+        const bool isListening = waitInEvents(
             [this] { return m_server.output().contains(QLatin1String("listening ")); });
         m_sinceStart.start();
         return isListening;
@@ -132,12 +132,12 @@ private:
 
     bool waitForLoss()
     {
-        return EventWaiting::until([this] { return m_isLost; });
+        return waitInEvents([this] { return m_isLost; });
     }
 
     bool waitForReady()
     {
-        if (!EventWaiting::until([this] { return m_session.state() == State::Ready; }))
+        if (!waitInEvents([this] { return m_session.state() == State::Ready; }))
             return false;
         m_backMs.add(static_cast<double>(m_sinceStart.nsecsElapsed()) / 1e6);
         return true;
@@ -160,15 +160,13 @@ private:
             return true;
         }
         m_server.sendSignal(way == Way::Graceful ? SIGTERM : SIGKILL);
-        return EventWaiting::until([this] { return !m_server.isRunning(); }) && waitForLoss()
-            && launch();
+        return waitInEvents([this] { return !m_server.isRunning(); }) && waitForLoss() && launch();
     }
 
     bool readsOnce()
     {
         const QScopedPointer<DeviceReply> reply(m_session.read({Key, 0}, 4));
-        return EventWaiting::until([&] { return reply->isFinished(); })
-            && reply->error() == Code::None;
+        return waitInEvents([&] { return reply->isFinished(); }) && reply->error() == Code::None;
     }
 
     Torture *const m_torture;

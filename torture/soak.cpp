@@ -1,4 +1,4 @@
-#include "EventWaiting.h"
+#include "EventWait.h"
 #include "FaultyServer.h"
 #include "LoopWatch.h"
 #include "MemoryCurve.h"
@@ -105,7 +105,7 @@ QString writtenScenario(const Torture &torture)
 
 bool isReady(const DeviceSession &session)
 {
-    return EventWaiting::until([&] { return session.state() == State::Ready; }, WaitLimitMs);
+    return waitInEvents([&] { return session.state() == State::Ready; }, WaitLimitMs);
 }
 
 void addTrafficFigures(Torture *torture, const SessionTraffic &traffic, double seconds)
@@ -188,11 +188,11 @@ int run(Torture *torture)
     torture->require(isReady(session), QStringLiteral("the session is not ready at the start"));
     traffic.start();
     plainTraffic.start();
-    EventWaiting::pass(form.periodMs);
+    passInEvents(form.periodMs);
     const int descriptors = ProcessSample::take().descriptors;
     for (int round = 0; round < rounds; ++round) {
         const QString name = server.befall();
-        EventWaiting::pass(form.periodMs);
+        passInEvents(form.periodMs);
         if (!torture->require(server.repair(), QStringLiteral("no server after ") + name)
             || !torture->require(isReady(session), QStringLiteral("not ready after ") + name))
             break;
@@ -200,11 +200,11 @@ int run(Torture *torture)
     }
     const double duration = seconds();
     traffic.stop();
-    EventWaiting::pass(2 * form.timeoutMs);
+    passInEvents(2 * form.timeoutMs);
     // Whatever a server that was silent still holds goes with it.
     torture->require(server.restart() && isReady(session),
                      QStringLiteral("the session is not ready at the end"));
-    EventWaiting::pass(2 * form.timeoutMs);
+    passInEvents(2 * form.timeoutMs);
     const int descriptorsAfter = ProcessSample::take().descriptors;
     plainTraffic.stop();
 

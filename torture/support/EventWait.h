@@ -24,4 +24,12 @@ bool waitInEvents(Condition isThere, int limitMs = WaitLimitMs)
     return true;
 }
 
+/// Handles events for so long.
+inline void passInEvents(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
 #endif

@@ -1,6 +1,6 @@
 #include "FaultyServer.h"
 
-#include "EventWaiting.h"
+#include "EventWait.h"
 
 #include <QTimer>
 
@@ -80,7 +80,7 @@ bool FaultyServer::start()
     m_server->process.sendErrorsTo(QProcess::nullDevice());
     m_server->process.launch(m_arguments);
     ++m_starts;
-    return EventWaiting::until(
+    return waitInEvents(
                [this] { return m_server->process.output().contains(QLatin1String("control ")); },
                WaitLimitMs)
         && m_server->control.connectToServer(QStringLiteral("control"));
@@ -152,8 +152,7 @@ bool FaultyServer::end(int signalNumber)
 {
     if (m_server->process.isRunning())
         m_server->process.sendSignal(signalNumber);
-    return EventWaiting::until([this] { return !m_server->process.isRunning(); }, WaitLimitMs)
-        && start();
+    return waitInEvents([this] { return !m_server->process.isRunning(); }, WaitLimitMs) && start();
 }
 
 bool FaultyServer::isResponding()
@@ -163,7 +162,7 @@ bool FaultyServer::isResponding()
 
 bool FaultyServer::repair()
 {
-    if (!EventWaiting::until([this] { return !m_isHung; }, WaitLimitMs))
+    if (!waitInEvents([this] { return !m_isHung; }, WaitLimitMs))
         return false;
     if (isResponding() && m_server->control.tell(R"({"do":"clear"})")
         && m_server->control.tell(R"({"do":"release"})"))

@@ -14,7 +14,8 @@ ProcessSample ProcessSample::take()
     if (file.open(QIODevice::ReadOnly))
         sample.residentBytes
             = file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
-    sample.heapBytes = static_cast<qint64>(mallinfo2().uordblks);
+    const struct mallinfo2 heap = mallinfo2();
+    sample.heapBytes = static_cast<qint64>(heap.uordblks + heap.hblkhd); // and what is mapped
     sample.descriptors = openDescriptors();
     return sample;
 }

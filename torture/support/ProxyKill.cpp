@@ -1,6 +1,6 @@
 #include "ProxyKill.h"
 
-#include "EventWaiting.h"
+#include "EventWait.h"
 #include "PackageRequestReadData.h"
 
 namespace {
@@ -24,8 +24,7 @@ void ProxyKill::begin()
     m_proxy->Initalize();
     m_proxy->Register(QString(), nullptr, QString());
     m_outcome.wasReady
-        = EventWaiting::until([this] { return isConfirmed() || !m_server->isRunning(); },
-                              WaitLimitMs)
+        = waitInEvents([this] { return isConfirmed() || !m_server->isRunning(); }, WaitLimitMs)
         && isConfirmed();
     // Those of an unconfirmed proxy are taken too: it calls itself registered by then.
     m_requests.resize(Requests + 1); // and the probe
@@ -73,15 +72,14 @@ int ProxyKill::completions() const
 void ProxyKill::probe()
 {
     makeRequest(Requests);
-    const bool isKnown
-        = EventWaiting::until([this] { return m_requests.constLast().completions > 0; });
+    const bool isKnown = waitInEvents([this] { return m_requests.constLast().completions > 0; });
     m_outcome.odd += isKnown ? 0 : 1;
 }
 
 void ProxyKill::run()
 {
     begin();
-    const bool isDead = EventWaiting::until([this] { return !m_server->isRunning(); });
+    const bool isDead = waitInEvents([this] { return !m_server->isRunning(); });
     m_outcome.odd += isDead ? 0 : 1;
     if (m_outcome.requests > 0)
         probe();
@@ -91,7 +89,7 @@ void ProxyKill::run()
 void ProxyKill::runUndisturbed()
 {
     begin();
-    m_outcome.odd += EventWaiting::until([this] { return completions() == Requests; }) ? 0 : 1;
+    m_outcome.odd += waitInEvents([this] { return completions() == Requests; }) ? 0 : 1;
     endProxy();
 }
 

@@ -1,6 +1,6 @@
 #include "ProxyPeer.h"
 
-#include "EventWaiting.h"
+#include "EventWait.h"
 #include "PackageRequestReadData.h"
 
 #include <QElapsedTimer>
@@ -9,7 +9,7 @@ bool ProxyPeer::open()
 {
     m_proxy.Initalize();
     return m_proxy.Register(QString(), nullptr, QString())
-        && EventWaiting::until([this] { return !m_proxy.ServerVer().isEmpty(); });
+        && waitInEvents([this] { return !m_proxy.ServerVer().isEmpty(); });
 }
 
 void ProxyPeer::request()

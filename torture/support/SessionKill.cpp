@@ -1,6 +1,6 @@
 #include "SessionKill.h"
 
-#include "EventWaiting.h"
+#include "EventWait.h"
 #include "SessionFixture.h"
 
 using Code = SessionError::Code;
@@ -66,13 +66,13 @@ bool SessionKill::isUnreached() const
 void SessionKill::run()
 {
     m_session.open(options());
-    bool isKnown = EventWaiting::until([this] { return isOver() || isUnreached(); });
+    bool isKnown = waitInEvents([this] { return isOver() || isUnreached(); });
     if (isUnreached() && m_endsOf.isEmpty()) {
         makeRequests(); // they are refused
-        isKnown = isKnown && EventWaiting::until([this] { return isOver(); });
+        isKnown = isKnown && waitInEvents([this] { return isOver(); });
     } else {
         // When the byte is the last one's, everything is over before it.
-        isKnown = isKnown && EventWaiting::until([this] {
+        isKnown = isKnown && waitInEvents([this] {
                       return m_session.state() != State::Ready && m_outcome.noticeMs >= 0;
                   });
     }
@@ -83,7 +83,7 @@ void SessionKill::run()
 void SessionKill::runUndisturbed()
 {
     m_session.open(options());
-    m_outcome.odd += EventWaiting::until([this] { return isOver(); }) ? 0 : 1;
+    m_outcome.odd += waitInEvents([this] { return isOver(); }) ? 0 : 1;
     judge();
 }
 
@@ -116,12 +116,12 @@ void SessionKill::comeBack()
     clock.start();
     if (isUnreached())
         m_session.open(options());
-    if (!EventWaiting::until([this] { return m_session.state() == State::Ready; }))
+    if (!waitInEvents([this] { return m_session.state() == State::Ready; }))
         return;
     m_outcome.backMs = static_cast<double>(clock.nsecsElapsed()) / 1e6;
     const QScopedPointer<DeviceReply> reply(m_session.read({Key, 0}, 1));
     m_outcome.cameBack
-        = EventWaiting::until([&] { return reply->isFinished(); }) && reply->error() == Code::None;
+        = waitInEvents([&] { return reply->isFinished(); }) && reply->error() == Code::None;
 }
 
 const KillOutcome &SessionKill::outcome() const

@@ -1,6 +1,6 @@
 #include "SessionPeer.h"
 
-#include "EventWaiting.h"
+#include "EventWait.h"
 #include "SessionFixture.h"
 
 using State = DeviceSession::State;
@@ -24,7 +24,7 @@ bool SessionPeer::open()
     options.silenceLimitMs = m_silenceLimitMs;
     options.requestTimeoutMs = TimeoutMs;
     return m_session.open(options)
-        && EventWaiting::until([this] { return m_session.state() == State::Ready; });
+        && waitInEvents([this] { return m_session.state() == State::Ready; });
 }
 
 void SessionPeer::request()
