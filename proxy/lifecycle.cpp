@@ -31,6 +31,9 @@ KVTServerMessageOldProxy::KVTServerMessageOldProxy()
 KVTServerMessageOldProxy::~KVTServerMessageOldProxy()
 {
     KVTServerMessageOldProxy::Terminate();
+    // It stays, as does its connection, and nobody can ever ask it for anything.
+    if (m_pMsgClient != nullptr)
+        m_pMsgClient->abandon();
 }
 
 void KVTServerMessageOldProxy::Initalize()

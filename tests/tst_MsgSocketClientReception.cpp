@@ -83,6 +83,7 @@ private Q_SLOTS:
     void survivesAReceiverThatDisconnects();
     void emitsAllThatHadArrivedToAReceiverThatDisconnects();
     void survivesAReceiverThatDeletesTheClient();
+    void keepsNothingOnceAbandoned();
 };
 
 void tst_MsgSocketClientReception::emitsEachFrameOnceInOrder()
@@ -295,6 +296,32 @@ void tst_MsgSocketClientReception::survivesAReceiverThatDeletesTheClient()
     QTRY_VERIFY_WITH_TIMEOUT(!guard, WaitLimitMs);
     QTRY_VERIFY_WITH_TIMEOUT(!peer.isConnected(), WaitLimitMs);
     QCOMPARE(received, 1);
+}
+
+void tst_MsgSocketClientReception::keepsNothingOnceAbandoned()
+{
+    const QByteArray neverComplete = WireBytes::lengthField(0x80000000) + "and more";
+    LocalPeer peer;
+    MsgSocketClient client;
+    QVERIFY(client.connectServer());
+    QTRY_VERIFY_WITH_TIMEOUT(peer.isConnected(), WaitLimitMs);
+    QLocalSocket *const socket = TestAccess::socket(client);
+    peer.send(neverComplete);
+    QTRY_COMPARE_WITH_TIMEOUT(TestAccess::reader(client).pendingBytes(), neverComplete.size(),
+                              WaitLimitMs);
+    client.abandon();
+    QVERIFY(TestAccess::reader(client).isEmpty());
+    const QSignalSpy arrivals(socket, &QIODevice::readyRead);
+    peer.send(neverComplete);
+    QTRY_COMPARE_WITH_TIMEOUT(arrivals.size(), 1, WaitLimitMs);
+    QVERIFY(TestAccess::reader(client).isEmpty());
+    QCOMPARE(socket->bytesAvailable(), 0);
+    // The connection itself stays.
+    QVERIFY(client.SendData("alive"));
+    QTRY_COMPARE_WITH_TIMEOUT(peer.bodies(), QList<QByteArray>{"alive"}, WaitLimitMs);
+    QVERIFY(socket->isOpen());
+    peer.disconnectPeer();
+    QTRY_VERIFY_WITH_TIMEOUT(!socket->isOpen(), WaitLimitMs);
 }
 
 KSPROXY_TEST_MAIN(tst_MsgSocketClientReception)

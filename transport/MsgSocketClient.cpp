@@ -76,16 +76,35 @@ bool MsgSocketClient::SendData(const QByteArray &data)
     return m_socket->write(FrameCodec::encode(data)) != -1;
 }
 
+// Later: this may be called from inside the socket's own signal.
+void MsgSocketClient::abandon()
+{
+    m_isAbandoned = true;
+    m_reader = FrameReader();
+    if (m_socket == nullptr)
+        return;
+    const auto closeWhenGone = [socket = m_socket] {
+        if (socket->state() == QLocalSocket::UnconnectedState)
+            socket->close(); // with its buffers, tens of kilobytes
+    };
+    connect(m_socket, &QLocalSocket::disconnected, m_socket, closeWhenGone, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(m_socket, closeWhenGone, Qt::QueuedConnection);
+}
+
 void MsgSocketClient::readyRead()
 {
     if (m_socket == nullptr || sender() != m_socket)
         return;
+    if (m_isAbandoned) {
+        m_socket->readAll();
+        return;
+    }
     ++m_readDepth;
     // Until nothing is left: Qt does not announce what arrives while a receiver runs an event loop.
     do {
         if (!emitCompleteFrames())
             return;
-    } while (readPiece());
+    } while (!m_isAbandoned && readPiece());
     --m_readDepth;
 }
 

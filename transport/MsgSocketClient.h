@@ -36,6 +36,10 @@ public:
     /// to the event loop. Logs nothing.
     bool SendData(const QByteArray &data);
 
+    /// For one that nobody will ever use again: the connection stays, but what arrives is thrown
+    /// away, and of a connection that has gone nothing is kept.
+    void abandon();
+
 Q_SIGNALS:
     /// One complete frame has arrived. Emitted from the socket's own notification, once per frame
     /// in stream order; the next frame is cut when all receivers have returned.
@@ -56,6 +60,7 @@ private:
     QLocalSocket *m_socket;
     FrameReader m_reader;
     int m_readDepth = 0; // calls of readyRead that have not returned
+    bool m_isAbandoned = false;
 };
 
 #endif
