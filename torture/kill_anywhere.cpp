@@ -1,3 +1,4 @@
+#include "EventWait.h"
 #include "KilledServer.h"
 #include "ObjectCount.h"
 #include "ProcessSample.h"
@@ -91,7 +92,7 @@ KillOutcome carryOut(const Task &task, KilledServer *server, bool comesBack)
         qFatal("no socket to listen on");
     KillOutcome outcome = task.isSession ? killedSession(server, comesBack) : killedProxy(server);
     server->kill();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    passInEvents(1); // what goes later has gone then
     outcome.isSession = task.isSession;
     outcome.isToServer = task.direction == Direction::ToServer;
     outcome.position = task.position;
