@@ -85,6 +85,8 @@ def cutting():
     for chunk in CHUNKS:
         yield Figure(f"a frame of {chunk}, itself", frames(one, chunk, True),
                      frames("pass over headers", chunk, True), Within(60))
+    yield Figure("a frame of 1 MiB, against the signal alone", frames(one, "1 MiB", True),
+                 frames("signal alone", "1 MiB", True))
     for piece, bar in (("1 B", None), ("7 B", None), ("1460 B", AtMost(1)), ("200000 B", AtMost(1))):
         yield Figure(f"1 MiB in pieces of {piece}, against one chunk", frames("cut pieces", piece),
                      frames(one, "1 MiB"), bar)
@@ -210,7 +212,7 @@ CHAPTERS = (
     Chapter("Cutting frames", """
 Frames with bodies of 16 bytes are cut out of what arrived, and each payload is handed to a slot that looks
 at it, by the signal that the socket client has. *Moving the rest* cuts the same frames and removes each from
-the buffer's front. One pass over the lengths alone, which nothing can do without, stands beside the time of
+the buffer's front. *The signal alone* hands on payloads that are ready. One pass over the lengths alone, which nothing can do without, stands beside the time of
 a frame.""", tuple(cutting())),
     Chapter("Receiving", """
 Another process writes frames to the local socket, 64 KiB at a time; here are the times until each body has

@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QVector>
 #include <QtEndian>
 
 #include <benchmark/benchmark.h>
@@ -74,7 +75,7 @@ public:
     }
 
 public Q_SLOTS:
-    void take(QByteArray infos)
+    void take(const QByteArray &infos)
     {
         m_isGood = m_isGood && infos.size() == BodyBytes
             && infos.at(BodyBytes - 1) == static_cast<char>(m_frames);
@@ -113,6 +114,25 @@ void receive(benchmark::State &state, const QByteArray &all, int pieceBytes)
     for (auto _ : state) {
         counter.restart();
         source.take(all, pieceBytes);
+        if (!counter.hasAll(frameCount(all)))
+            state.SkipWithError("frames were lost");
+    }
+    state.SetItemsProcessed(state.iterations() * frameCount(all));
+}
+
+// What the signal and its slot cost by themselves: the payloads are ready.
+void emitReady(benchmark::State &state, const QByteArray &all)
+{
+    PayloadSource source;
+    PayloadCounter counter;
+    QObject::connect(&source, &PayloadSource::receivedInfos, &counter, &PayloadCounter::take);
+    QVector<QByteArray> ready;
+    for (int begin = 0; begin < all.size(); begin += FrameCodec::LengthBytes + BodyBytes)
+        ready.append(all.mid(begin + FrameCodec::LengthBytes, BodyBytes));
+    for (auto _ : state) {
+        counter.restart();
+        for (const QByteArray &payload : qAsConst(ready))
+            Q_EMIT source.receivedInfos(payload);
         if (!counter.hasAll(frameCount(all)))
             state.SkipWithError("frames were lost");
     }
@@ -173,6 +193,8 @@ void registerAll()
             ("cut pieces/" + std::to_string(size) + " B").c_str(),
             [all, size](benchmark::State &state) { receive(state, all, size); });
     }
+    benchmark::RegisterBenchmark("signal alone/1 MiB",
+                                 [all](benchmark::State &state) { emitReady(state, all); });
     benchmark::RegisterBenchmark("moving copy/1 MiB", [all](benchmark::State &state) {
         receiveByMoving(state, all);
     })->Iterations(1);

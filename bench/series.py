@@ -139,5 +139,8 @@ def verdict(result):
     if result.figure.bar is None:
         return ""
     share = abs(result.margin)
-    much = f"{share:.0%}" if share < 9.995 else f"{share + 1:.0f} times"
+    if share >= 9.995:
+        much = f"{share + 1:.0f} times"
+    else:
+        much = f"{share:.0%}" if share >= 0.01 else f"{share:.1%}"
     return f"met by {much}" if result.is_met else f"**missed by {much}**"

@@ -11,7 +11,7 @@ void ClientSignal::send(const Order &order)
     m_client.SendData(order.bytes());
 }
 
-void ClientSignal::take(QByteArray infos)
+void ClientSignal::take(const QByteArray &infos)
 {
     count(infos);
 }

@@ -16,7 +16,7 @@ protected:
     void send(const Order &order) override;
 
 private:
-    void take(QByteArray infos);
+    void take(const QByteArray &infos);
 
     MsgSocketClient m_client;
 };
