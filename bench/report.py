@@ -60,9 +60,8 @@ def chapter_text(chapter, results):
     return "\n".join(lines) + "\n"
 
 
-def summary(outcomes):
-    barred = [result for result in outcomes if result.figure.bar is not None]
-    missed = [(chapter, result) for chapter, result in with_chapters(outcomes, barred) if not result.is_met]
+def summary(barred):
+    missed = [(chapter, result) for chapter, result in barred if not result.is_met]
     lines = [f"\n## In short\n\n{len(barred) - len(missed)} of {len(barred)} bars are met."]
     if missed:
         lines.append("Missed:\n")
@@ -70,11 +69,6 @@ def summary(outcomes):
                   for chapter, result in missed]
     lines.append("\n![All bars](performance/bars.svg)\n")
     return "\n".join(lines)
-
-
-def with_chapters(_, barred):
-    chapter_of = {figure: chapter.title for chapter in CHAPTERS for figure in chapter.figures}
-    return [(chapter_of[result.figure], result) for result in barred]
 
 
 def circumstances(results):
@@ -93,16 +87,17 @@ def rounds(run):
 
 
 def outcomes_of(results):
-    everything = [outcome(figure, results) for chapter in CHAPTERS for figure in chapter.figures]
-    return [result for result in everything if result is not None]
+    """Each with the title of its chapter."""
+    everything = [(chapter.title, outcome(figure, results)) for chapter in CHAPTERS for figure in chapter.figures]
+    return [(title, result) for title, result in everything if result is not None]
 
 
 def write_document():
     results = Results(RESULTS)
-    outcomes = outcomes_of(results)
+    barred = [(title, result) for title, result in outcomes_of(results) if result.figure.bar is not None]
     PLOTS.mkdir(exist_ok=True)
-    plots.write_all(PLOTS, results, with_chapters(outcomes, [r for r in outcomes if r.figure.bar is not None]))
-    DOCUMENT.write_text(INTRODUCTION + summary(outcomes)
+    plots.write_all(PLOTS, results, barred)
+    DOCUMENT.write_text(INTRODUCTION + summary(barred)
                         + "".join(chapter_text(chapter, results) for chapter in CHAPTERS)
                         + circumstances(results))
 
@@ -110,7 +105,7 @@ def write_document():
 def print_bars(folder):
     """For trying out: the measured figures on standard output."""
     results = Results(folder)
-    for result in outcomes_of(results):
+    for _, result in outcomes_of(results):
         print(row(result, results).strip("| "))
 
 

@@ -116,6 +116,7 @@ def main():
             is_good = run(folder, names, True, pathlib.Path(results))
             report.print_bars(pathlib.Path(results))
     else:
+        report.RESULTS.mkdir(exist_ok=True)
         is_good = run(folder, names, False, report.RESULTS)
         report.write_document()
     sys.exit(0 if is_good else 1)
