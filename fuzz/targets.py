@@ -48,6 +48,14 @@ ALL = {
             "server/JsonFields.cpp", "server/JsonText.cpp", "server/MemoryReader.cpp",
             "server/MessageFilter.cpp", "server/ScenarioReader.cpp"),
             4096, suppressions="fuzz/qt-json.supp"),
+        Target("session", "the session layer, with a server that sends what it likes", (
+            "session/DeviceReply.cpp", "session/DeviceReplyPrivate.cpp", "session/DeviceSession.cpp",
+            "session/DeviceTransfer.cpp", "session/DeviceTransferPrivate.cpp",
+            "session/EquipmentTableChange.cpp", "session/OutstandingReplies.cpp",
+            "session/SendPacer.cpp", "session/ServerLink.cpp", "session/ServerLinkPackages.cpp",
+            "session/SessionCore.cpp", "session/SessionError.cpp", "session/SessionOpening.cpp",
+            "session/SessionOptions.cpp", "session/SessionRequests.cpp", "session/SpareProxies.cpp"),
+            max_len=192, runs_per_process=100_000),
         Target("server", "the simulated server, with clients that send what they like", (
             "server/ClientConnection.cpp", "server/ClientGroup.cpp", "server/DeviceRequest.cpp",
             "server/DeviceServer.cpp", "server/EquipmentEvents.cpp", "server/EquipmentMemory.cpp",

@@ -6,8 +6,8 @@
 /// when it is told to, at once. So time-outs of minutes come after microseconds, and nothing of the
 /// library is different.
 ///
-/// Sleep on the main thread is time that passes. A `MsgThread` sleeps 10 ms of real time at most,
-/// and only until it is stopped: whoever uses this gives the beat itself.
+/// Sleep on the main thread is time that passes. A `MsgThread` sleeps until it is stopped: whoever
+/// uses this gives the beat itself.
 namespace VirtualClock {
 
 void advance(int milliseconds);
