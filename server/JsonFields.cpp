@@ -160,10 +160,11 @@ QVector<qint64> JsonFields::numbers(const char *name, qint64 smallest, qint64 la
         refuse(name, QStringLiteral("a list is expected"));
     const QJsonArray list = given.toArray();
     for (int i = 0; i < list.size(); ++i) {
-        if (!isWhole(list.at(i), smallest, largest))
+        if (isWhole(list.at(i), smallest, largest))
+            numbers.append(static_cast<qint64>(list.at(i).toDouble()));
+        else
             refuseAt(placeOf(QStringLiteral("%1[%2]").arg(QLatin1String(name)).arg(i)),
                      rangeText(smallest, largest) + QLatin1String(" is expected"));
-        numbers.append(static_cast<qint64>(list.at(i).toDouble()));
     }
     return numbers;
 }

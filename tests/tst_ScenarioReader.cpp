@@ -1,10 +1,12 @@
 #include "EquipmentRack.h"
 #include "FaultKinds.h"
 #include "FaultPlan.h"
+#include "JsonFields.h"
 #include "ScenarioReader.h"
 #include "TestMain.h"
 
 #include <QFile>
+#include <QJsonArray>
 #include <QTest>
 
 namespace {
@@ -26,6 +28,7 @@ private Q_SLOTS:
     void namesWhatIsWrong();
     void namesTheFile();
     void keepsNothingOfABadText();
+    void keepsNoNumberThatIsOutOfItsRange();
     void knowsEveryFault();
     void drawsTheSameFromTheSameSeed();
     void movesValues_data();
@@ -229,6 +232,16 @@ void tst_ScenarioReader::keepsNothingOfABadText()
     QCOMPARE(reader.scenario().seed, 1U);
     QVERIFY(reader.scenario().faults.isEmpty());
     QVERIFY(reader.scenario().equipment.isEmpty());
+}
+
+// Such as one that no integer can hold.
+void tst_ScenarioReader::keepsNoNumberThatIsOutOfItsRange()
+{
+    QString error;
+    JsonFields fields({{QStringLiteral("ids"), QJsonArray{7, 1e46, -1e46, 256, 1.5, 255}}},
+                      QString(), &error);
+    QCOMPARE(fields.numbers("ids", 0, 255), (QVector<qint64>{7, 255}));
+    QCOMPARE(error, QStringLiteral("ids[1]: a whole number from 0 to 255 is expected"));
 }
 
 void tst_ScenarioReader::knowsEveryFault()
