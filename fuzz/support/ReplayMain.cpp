@@ -7,6 +7,7 @@
 #include <QFileInfo>
 
 #include <cstdio>
+#include <optional>
 
 namespace {
 
@@ -22,18 +23,24 @@ QStringList filesAt(const QString &path)
     return files;
 }
 
-bool replay(const QString &fileName)
+// Closed before the target runs: some count what objects there are.
+std::optional<QByteArray> contentOf(const QString &fileName)
 {
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly)) {
-        std::fprintf(stderr, "%s: cannot be read: %s\n", qPrintable(fileName),
-                     qPrintable(file.errorString()));
-        return false;
-    }
-    const QByteArray input = file.readAll();
-    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(input.constData()),
-                           static_cast<std::size_t>(input.size()));
-    return true;
+    if (file.open(QIODevice::ReadOnly))
+        return file.readAll();
+    std::fprintf(stderr, "%s: cannot be read: %s\n", qPrintable(fileName),
+                 qPrintable(file.errorString()));
+    return std::nullopt;
+}
+
+bool replay(const QString &fileName)
+{
+    const std::optional<QByteArray> input = contentOf(fileName);
+    if (input)
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(input->constData()),
+                               static_cast<std::size_t>(input->size()));
+    return input.has_value();
 }
 
 } // namespace
