@@ -212,8 +212,8 @@ CHAPTERS = (
     Chapter("Cutting frames", """
 Frames with bodies of 16 bytes are cut out of what arrived, and each payload is handed to a slot that looks
 at it, by the signal that the socket client has. *Moving the rest* cuts the same frames and removes each from
-the buffer's front. *The signal alone* hands on payloads that are ready. One pass over the lengths alone, which nothing can do without, stands beside the time of
-a frame.""", tuple(cutting())),
+the buffer's front. *The signal alone* hands on payloads that are ready. One pass over the lengths alone,
+which nothing can do without, stands beside the time of a frame.""", tuple(cutting())),
     Chapter("Receiving", """
 Another process writes frames to the local socket, 64 KiB at a time; here are the times until each body has
 reached a slot, whose ratio is a ratio of speeds. The *bare socket*, a `QLocalSocket` that is read into one
@@ -224,7 +224,8 @@ does not make a `QByteArray`.""", tuple(receiving()), "receiving"),
     Chapter("Into the notify queue", """
 The same bodies as replies through the proxy: each is split into identifier and contents, dispatched, put
 into the notify queue as text or as bytes, taken out again and released. An entry of the queue is an object
-with an identifying text of its own, which is what most of the time of a small body goes into. A text costs
+with an identifying text of its own, a new random one, which is what most of the time of a small body goes
+into. A text costs
 one conversion of the payload, bytes one copy without the identifier; nothing else copies it.""",
             tuple(queueing())),
     Chapter("The equipment table", """

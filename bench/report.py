@@ -12,6 +12,8 @@ RESULTS = facts.ROOT / "bench" / "results"
 DOCUMENT = facts.ROOT / "docs" / "performance.md"
 PLOTS = facts.ROOT / "docs" / "performance"
 
+BUSY_LOAD = 1.0
+
 INTRODUCTION = """# Performance
 
 What the library costs, beside what else could be done or what cannot be done without. `./dev bench` takes
@@ -77,7 +79,14 @@ def circumstances(results):
     for run in results.runs:
         lines.append(f"| `{run['command']}` | {run['date']} | {run['commit']} | {run['machine']} | {run['qt']} "
                      f"| {run['load before']} | {rounds(run)} |")
-    return "\n".join(lines) + "\n"
+    return "\n".join(lines) + "\n" + busy(results)
+
+
+def busy(results):
+    """Rounds that lie far apart should not surprise anybody."""
+    if all(run["load before"] < BUSY_LOAD for run in results.runs):
+        return ""
+    return "\nThe machine had other work to do meanwhile, as the load says: rounds that lie far apart come from that.\n"
 
 
 def rounds(run):
