@@ -92,7 +92,9 @@ KillOutcome carryOut(const Task &task, KilledServer *server, bool comesBack)
         qFatal("no socket to listen on");
     KillOutcome outcome = task.isSession ? killedSession(server, comesBack) : killedProxy(server);
     server->kill();
-    passInEvents(1); // what goes later has gone then
+    // What goes later has gone then.
+    passInEvents(1);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     outcome.isSession = task.isSession;
     outcome.isToServer = task.direction == Direction::ToServer;
     outcome.position = task.position;
