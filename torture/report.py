@@ -1,12 +1,18 @@
-#!/usr/bin/env python3
-"""Writes docs/reliability.md from the figures in torture/results."""
+#!/usr/bin/python3
+"""Writes docs/reliability.md and its plots from what torture/results holds."""
 
 import json
 import pathlib
+import textwrap
+from typing import NamedTuple
+
+import curves
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 RESULTS = ROOT / "torture" / "results"
 DOCUMENT = ROOT / "docs" / "reliability.md"
+PLOTS = ROOT / "docs" / "reliability"
+LINE = 110
 
 INTRODUCTION = """# Reliability
 
@@ -16,16 +22,72 @@ command beside it; `./dev torture` runs them all and writes this document. A sho
 """
 
 
+class Chapter(NamedTuple):
+    title: str
+    text: str
+    has_curve: bool = False
+
+
+# By program, in the order of the document. A program that is missing here gets a chapter of its name.
+CHAPTERS = {
+    "soak": Chapter(
+        "An hour of everything",
+        "A session sends as much as it can: reads, writes and commands, while broadcasts and table changes come "
+        "in; a plain proxy reads beside it, in the same process. Every ten seconds something else befalls the "
+        "server, of 24 kinds: each fault that the simulated server knows, a hang of 0.3 and of 4 s, SIGTERM and "
+        "SIGKILL. Each request must end once, in time, with data that was written there. The slopes are fitted by "
+        "least squares after the first five minutes; what grows is what each connection leaves behind, the "
+        "session's and the plain proxy's. The application of the plain proxy makes a new one for each attempt, "
+        "ten a second while no server runs.",
+        has_curve=True),
+    "kill_anywhere": Chapter(
+        "Killed after every byte",
+        "Fifty requests of a session, and fifty of a plain proxy, once for each byte that goes to the server and "
+        "once for each that comes from it: the server is killed by SIGKILL when exactly so many have passed. Each "
+        "request of a session must end once: well only if its whole reply had left the server, else with the loss "
+        "of the connection. Every fifth session meets a new server and must be ready and served again. A request "
+        "of a plain proxy is completed once, with a reply or with a failed write, or it is pending and deleted "
+        "with the proxy. What a connection leaves behind is three objects: the socket client that a proxy never "
+        "releases, its socket, and that one's own."),
+    "restarts": Chapter(
+        "A thousand restarts",
+        "The server of a session ends and starts again, with requests under way: by SIGTERM; by SIGKILL; hung "
+        "(SIGSTOP) until the session has noticed, then killed; hung, then going on. The session must be ready and "
+        "served each time, each request must end once, and the descriptors must be as many as before. A server "
+        "that hangs must be noticed within one and a half times the limit."),
+    "peers": Chapter(
+        "Servers that do no good",
+        "One that never reads, and one that floods its client for a minute as fast as it is read: with "
+        "broadcasts; with tables of fifty records; with notifications; with replies that nobody waits for "
+        "(\"strangers\", at 1 MB/s); with a length that nothing can satisfy and then bytes without an end (at "
+        "2 MB/s). Meanwhile the client makes twenty reads a second. `hold` is the longest time between two ticks "
+        "of a timer of 1 ms, so the longest time that the event loop was not free; it includes what other "
+        "processes of the machine took. `kept` is heap that is still in use when the flood is over, for each "
+        "message or byte of it. Reads that are unanswered under a flood of strangers were completed with one of "
+        "these; see the surprises in [behaviour.md](behaviour.md)."),
+}
+
+
 def rows(figures):
     return "\n".join(f"| {name.replace('_', ' ')} | {value} |" for name, value in figures.items())
 
 
-def chapter(path):
-    result = json.loads(path.read_text())
-    title = path.stem.replace("_", " ").capitalize()
-    return f"""
-## {title}
+def plot(name):
+    source = RESULTS / f"{name}.csv"
+    if not source.exists():
+        return ""
+    PLOTS.mkdir(exist_ok=True)
+    curves.plot_memory(source, PLOTS / f"{name}.svg")
+    return f"\n![Memory and descriptors over time](reliability/{name}.svg)\n"
 
+
+def chapter(name):
+    result = json.loads((RESULTS / f"{name}.json").read_text())
+    about = CHAPTERS.get(name, Chapter(name.replace("_", " ").capitalize(), ""))
+    text = f"\n{textwrap.fill(about.text, LINE)}\n" if about.text else ""
+    return f"""
+## {about.title}
+{text}{plot(name) if about.has_curve else ""}
 `{result['command']}` on {result['date']}, commit {result['commit']}; {result['machine']}.
 
 | figure | value |
@@ -34,9 +96,14 @@ def chapter(path):
 """
 
 
+def names():
+    """Those that have results, those with a place of their own first."""
+    there = {path.stem for path in RESULTS.glob("*.json")}
+    return [name for name in CHAPTERS if name in there] + sorted(there - set(CHAPTERS))
+
+
 def main():
-    chapters = [chapter(path) for path in sorted(RESULTS.glob("*.json"))]
-    DOCUMENT.write_text(INTRODUCTION + "".join(chapters))
+    DOCUMENT.write_text(INTRODUCTION + "".join(chapter(name) for name in names()))
 
 
 if __name__ == "__main__":
