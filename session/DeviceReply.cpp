@@ -11,6 +11,8 @@ DeviceReply::DeviceReply(QObject *parent)
 DeviceReply::~DeviceReply()
 {
     d->giveUp();
+    // A slot of `destroyed` may delete the session, which would delete this one again.
+    setParent(nullptr);
 }
 
 bool DeviceReply::isFinished() const

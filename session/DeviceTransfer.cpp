@@ -15,7 +15,12 @@ DeviceTransfer::DeviceTransfer(DeviceSession *session, QObject *parent)
     , d(std::make_unique<DeviceTransferPrivate>(this, session))
 { }
 
-DeviceTransfer::~DeviceTransfer() = default;
+DeviceTransfer::~DeviceTransfer()
+{
+    // A slot of `destroyed` may delete the session, which as its parent would delete this one
+    // again.
+    setParent(nullptr);
+}
 
 void DeviceTransfer::setChunkBytes(int bytes)
 {

@@ -51,6 +51,7 @@ private Q_SLOTS:
     void isDeletedBetweenTheReplyAndFinished();
     void isDeletedInsideFinished();
     void isDeletedWithTheSession();
+    void mayTakeTheSessionWithIt();
 };
 
 void tst_DeviceReplyEnd::timesOut()
@@ -273,6 +274,21 @@ void tst_DeviceReplyEnd::isDeletedWithTheSession()
     for (const QPointer<DeviceReply> &reply : qAsConst(replies))
         QVERIFY(reply.isNull());
     QCOMPARE(finished, 0);
+}
+
+void tst_DeviceReplyEnd::mayTakeTheSessionWithIt()
+{
+    ServerProcess server;
+    QVERIFY(server.start());
+    const QPointer<DeviceSession> session(new DeviceSession);
+    QVERIFY(session->open(SessionFixture::options()));
+    QTRY_COMPARE_WITH_TIMEOUT(session->state(), State::Ready, WaitLimitMs);
+    DeviceReply *const reply = session->read({Key, 0}, 4);
+    const QPointer<DeviceReply> other(session->read({Key, 0}, 4));
+    connect(reply, &QObject::destroyed, this, [&] { delete session; });
+    delete reply;
+    QVERIFY(!session);
+    QVERIFY(!other);
 }
 
 KSPROXY_TEST_MAIN(tst_DeviceReplyEnd)

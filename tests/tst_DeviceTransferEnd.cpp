@@ -36,6 +36,7 @@ private Q_SLOTS:
     void isDeletedInsideProgress();
     void isDeletedInsideFinished();
     void isDeletedWithItsParentTheSession();
+    void mayTakeItsParentTheSessionWithIt();
 
 private:
     bool runToTheMiddle();
@@ -203,6 +204,16 @@ void tst_DeviceTransferEnd::isDeletedWithItsParentTheSession()
     QVERIFY(runToTheMiddle());
     m_session.reset();
     QVERIFY(m_transfer.isNull());
+    QCOMPARE(m_finished, 0);
+}
+
+void tst_DeviceTransferEnd::mayTakeItsParentTheSessionWithIt()
+{
+    m_transfer->setParent(m_session.get());
+    QVERIFY(runToTheMiddle());
+    connect(m_transfer, &QObject::destroyed, this, [this] { m_session.reset(); });
+    delete m_transfer;
+    QVERIFY(m_session == nullptr);
     QCOMPARE(m_finished, 0);
 }
 
