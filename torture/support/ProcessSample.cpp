@@ -14,8 +14,8 @@ ProcessSample ProcessSample::take()
     if (file.open(QIODevice::ReadOnly))
         sample.residentBytes
             = file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
-    const struct mallinfo2 heap = mallinfo2();
-    sample.heapBytes = static_cast<qint64>(heap.uordblks + heap.hblkhd); // and what is mapped
+    const struct mallinfo2 heap = mallinfo2(); // the second counts what is mapped
+    sample.heapBytes = static_cast<qint64>(heap.uordblks) + static_cast<qint64>(heap.hblkhd);
     sample.descriptors = openDescriptors();
     return sample;
 }
