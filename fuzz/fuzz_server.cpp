@@ -210,7 +210,7 @@ void Execution::checkReplies(const Client &client) const
     int requests = 0;
     const NaiveFrames sent(client.sent);
     for (const QByteArray &body : sent.payloads) {
-        const int id = body.isEmpty() ? -1 : static_cast<signed char>(body.at(0));
+        const int id = body.isEmpty() ? -1 : MessageBody::id(body);
         if (DeviceRequest::isRequest(id)
             && DeviceRequest::read(id, MessageBody::text(body)) != nullptr)
             ++requests;
@@ -222,7 +222,7 @@ void Execution::checkReplies(const Client &client) const
     const NaiveFrames received(client.socket.received());
     for (const QByteArray &body : received.payloads) {
         fuzzCheck(!body.isEmpty(), "the server sends no empty message");
-        const int id = body.at(0);
+        const int id = MessageBody::id(body);
         replies += id >= TarnEnum::ReplyReadData && id <= TarnEnum::ReplyWriteMemData ? 1 : 0;
     }
     fuzzCheck(replies == requests, "each request is answered once");

@@ -19,12 +19,7 @@ FuzzApplication::FuzzApplication()
         qFatal("no temporary folder: %s", qPrintable(m_folder.errorString()));
     qputenv("TMPDIR", m_folder.path().toLocal8Bit());
     qputenv("QT_NO_GLIB", "1"); // Qt's own event loop costs less
-    m_application = new QCoreApplication(argumentCount, arguments);
-}
-
-FuzzApplication::~FuzzApplication()
-{
-    delete m_application;
+    m_application = std::make_unique<QCoreApplication>(argumentCount, arguments);
 }
 
 void FuzzApplication::settle()

@@ -6,6 +6,8 @@
 #include <QCoreApplication>
 #include <QTemporaryDir>
 
+#include <memory>
+
 /// What a target needs that has an event loop: one application for all executions, a quiet log, and
 /// a temporary folder of this process's own as `TMPDIR`, so that its local sockets are nobody
 /// else's.
@@ -13,7 +15,6 @@ class FuzzApplication
 {
 public:
     FuzzApplication();
-    ~FuzzApplication();
 
     /// Handles what is due now, deferred deletions included, until nothing is.
     static void settle();
@@ -25,7 +26,7 @@ private:
 
     const QuietLog m_quiet;
     const QTemporaryDir m_folder;
-    QCoreApplication *m_application;
+    std::unique_ptr<QCoreApplication> m_application;
 };
 
 #endif

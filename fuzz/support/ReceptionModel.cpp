@@ -34,7 +34,8 @@ void ReceptionModel::receive(const QByteArray &body)
 {
     if (body.isEmpty())
         return;
-    const int id = static_cast<signed char>(body.at(0));
+    const auto first = static_cast<uchar>(body.at(0));
+    const int id = first < 0x80 ? first : first - 0x100;
     const QByteArray rest = body.mid(1);
     const QString text = QString::fromLatin1(rest.constData(), rest.size());
     const int comma = text.lastIndexOf(QLatin1Char(','));
