@@ -1,10 +1,16 @@
 #!/usr/bin/env python3
-"""Prints, from results.json, what fuzzing has shown, in Markdown."""
+"""Prints, from results.json, what fuzzing has shown: a section of docs/reliability.md."""
 
 import results
 from targets import ALL
 
 HEADER = """\
+## Fuzzing
+
+What the library and the simulated server make of bytes that nobody sane would send: `./dev fuzz`, under the
+address and the undefined-behaviour sanitizer. The corpora are part of every test run;
+[architecture.md](architecture.md#the-fuzz-targets) tells what each target compares with what.
+
 | target | executions | a second | findings | corpus | lines reached |
 |---|---|---|---|---|---|"""
 
@@ -23,13 +29,13 @@ def _row(target, result):
 
 
 def section():
-    """The table, and when its figures were taken."""
+    """The section of a document, with its title."""
     figures = results.load()
     rows = [_row(target, figures[target.name]) for target in ALL.values() if target.name in figures]
     dates = sorted({campaign["date"] for result in figures.values()
                     for campaign in result["campaigns"]})
     if not dates:
-        return "Nothing has been fuzzed yet.\n"
+        return ""
     period = dates[0] if len(dates) == 1 else f"{dates[0]} to {dates[-1]}"
     return "\n".join([HEADER, *rows, "", f"Executed {period}; each day and commit stands in "
                       "`fuzz/results.json`.", ""])
