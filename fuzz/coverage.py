@@ -11,7 +11,7 @@ import subprocess
 import sys
 
 import results
-from targets import ALL, ROOT
+from targets import ROOT, chosen
 
 BUILD = ROOT / "build" / "coverage"
 
@@ -51,10 +51,9 @@ def measure(target):
 
 def main():
     parser = argparse.ArgumentParser(prog="./dev fuzz --coverage", description=__doc__)
-    parser.add_argument("targets", nargs="*", metavar="TARGET", choices=[*ALL, []],
-                        help="all when none is named")
-    for name in parser.parse_args().targets or ALL:
-        measure(ALL[name])
+    parser.add_argument("targets", nargs="*", metavar="TARGET", help="all when none is named")
+    for target in chosen(parser, parser.parse_args().targets):
+        measure(target)
 
 
 if __name__ == "__main__":

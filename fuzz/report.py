@@ -20,12 +20,13 @@ def _row(target, result):
     seconds = sum(campaign["seconds"] for campaign in result["campaigns"])
     findings = sum(campaign["findings"] for campaign in result["campaigns"])
     speed = f"{executions / seconds:,.0f}" if seconds else ""
-    coverage = result.get("coverage", {"inputs": "", "files": {}})
+    coverage = result.get("coverage", {"inputs": 0, "files": {}})
     covered = sum(count for count, _ in coverage["files"].values())
     total = sum(count for _, count in coverage["files"].values())
     lines = f"{covered} of {total} ({100 * covered / total:.1f} %)" if total else ""
+    corpus = f"{coverage['inputs']} inputs" if total else ""
     return (f"| `{target.name}`: {target.about} | {executions:,} | {speed} | {findings} "
-            f"| {coverage['inputs']} inputs | {lines} |")
+            f"| {corpus} | {lines} |")
 
 
 def section():

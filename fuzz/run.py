@@ -9,7 +9,7 @@ import sys
 import time
 
 import results
-from targets import ALL, BUILD, ROOT
+from targets import ALL, BUILD, ROOT, chosen
 
 SECONDS_PER_INPUT = 20
 MEGABYTES = 2048
@@ -88,14 +88,11 @@ def main():
     parser.add_argument("--keep", action="store_true",
                         help="afterwards add to the corpus what reaches new code")
     arguments = parser.parse_args()
-    for name in arguments.targets:
-        if name not in ALL:
-            parser.error(f"there is no target {name}: there are {', '.join(ALL)}")
     is_well = True
-    for name in arguments.targets or ALL:
-        is_well = fuzz(ALL[name], arguments.runs) and is_well
+    for target in chosen(parser, arguments.targets):
+        is_well = fuzz(target, arguments.runs) and is_well
         if arguments.keep:
-            keep(ALL[name])
+            keep(target)
     sys.exit(0 if is_well else 1)
 
 

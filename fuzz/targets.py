@@ -64,3 +64,11 @@ ALL = {
             "server/RequestQueue.cpp")),
     )
 }
+
+
+def chosen(parser, names):
+    """The targets of those names, all for none; ends the program of `parser` for an unknown one."""
+    for name in names:
+        if name not in ALL:
+            parser.error(f"there is no target {name}: there are {', '.join(ALL)}")
+    return [ALL[name] for name in names or ALL]
