@@ -18,10 +18,11 @@ QByteArray encode(const QByteArray &payload);
 /// The length in the first bytes of \a data. Bytes that have not arrived yet count as 0.
 inline quint32 decodeLength(const char *data, int available)
 {
-    quint32 length = 0;
     if (available >= LengthBytes)
         return qFromLittleEndian<quint32>(data);
-    std::memcpy(&length, data, available);
+    quint32 length = 0;
+    if (available > 0)
+        std::memcpy(&length, data, available);
     return qFromLittleEndian(length);
 }
 
