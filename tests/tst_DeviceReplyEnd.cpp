@@ -96,12 +96,15 @@ void tst_DeviceReplyEnd::timesOutBeforeItLeft()
 void tst_DeviceReplyEnd::dropsTheLateReplyAndItsMemory()
 {
     constexpr int requests = 100;
+    // All of them leave, one every 10 ms or so, before the first times out, and that is before the
+    // first reply comes.
+    constexpr int TimeoutMs = 3500;
     SessionFixture f;
-    QVERIFY(f.open(Slow));
+    QVERIFY(f.open({QStringLiteral("--latency"), QStringLiteral("4000")}));
     ObjectCount::start();
     QList<DeviceReply *> replies;
     for (int i = 0; i < requests; ++i)
-        replies.append(f.session.read({Key, 0}, 4, 10 * i + 250));
+        replies.append(f.session.read({Key, 0}, 4, TimeoutMs));
     for (const DeviceReply *const reply : qAsConst(replies)) {
         QVERIFY(waitForEnd(*reply));
         QCOMPARE(reply->error(), Code::TimedOut);
@@ -109,7 +112,8 @@ void tst_DeviceReplyEnd::dropsTheLateReplyAndItsMemory()
     }
     QVERIFY(ObjectCount::alive() > requests);
     qDeleteAll(replies);
-    const QScopedPointer<DeviceReply> marker(f.session.read({Key, 0}, 4)); // after the late ones
+    // After the late ones.
+    const QScopedPointer<DeviceReply> marker(f.session.read({Key, 0}, 4, WaitLimitMs));
     QVERIFY(waitForEnd(*marker));
     QCOMPARE(marker->error(), Code::None);
     QTRY_VERIFY2_WITH_TIMEOUT(ObjectCount::alive() < requests / 2,
