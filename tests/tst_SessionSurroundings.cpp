@@ -12,6 +12,8 @@
 #include <QProcess>
 #include <QThread>
 
+#include <malloc.h>
+
 using Code = SessionError::Code;
 using State = DeviceSession::State;
 
@@ -33,6 +35,11 @@ bool readsThePattern(DeviceSession &session, int first)
     return isWell;
 }
 
+qint64 heapInUse()
+{
+    return static_cast<qint64>(mallinfo2().uordblks);
+}
+
 } // namespace
 
 /// Sessions beside each other, on other threads, after the application; and what many losses and
@@ -52,6 +59,7 @@ private Q_SLOTS:
     void hearsNothingOfWhatWasWhileItWasClosed();
     void keepsItsConnectionWhenTheRegistrationEnds();
     void timesOutThousandsOfQueuedRequests();
+    void keepsNoDataOfUnansweredWrites();
 
 private:
     bool open(DeviceSession *session);
@@ -210,6 +218,29 @@ void tst_SessionSurroundings::timesOutThousandsOfQueuedRequests()
     QCOMPARE(finished, requests);
     QTRY_VERIFY2_WITH_TIMEOUT(ObjectCount::alive() < requests / 50,
                               qPrintable(QString::number(ObjectCount::alive())), WaitLimitMs);
+}
+
+void tst_SessionSurroundings::keepsNoDataOfUnansweredWrites()
+{
+#ifndef KSPROXY_MEASURES_HEAP
+    QSKIP("the heap is the sanitizer's");
+#endif
+    constexpr int writes = 100;
+    constexpr int bytes = 60000;
+    QVERIFY(m_server->control.tell(R"({"do":"fault","key":"COM1","fault":"drop","count":0})"));
+    const qint64 heap = heapInUse();
+    QList<DeviceReply *> replies;
+    for (int i = 0; i < writes; ++i)
+        replies.append(m_session->write({Key, 0}, QByteArray(bytes, 'x'), 3000));
+    for (const DeviceReply *const reply : qAsConst(replies)) {
+        QVERIFY(waitForEnd(*reply));
+        QCOMPARE(reply->error(), Code::TimedOut);
+        QVERIFY(reply->serialNumber() != 0);
+    }
+    qDeleteAll(replies);
+    const qint64 growth = heapInUse() - heap;
+    qInfo("%d unanswered writes of %d bytes: %lld bytes of heap more", writes, bytes, growth);
+    QVERIFY2(growth < writes * bytes / 10, qPrintable(QString::number(growth)));
 }
 
 KSPROXY_TEST_MAIN(tst_SessionSurroundings)
