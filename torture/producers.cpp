@@ -207,7 +207,7 @@ void Run::pump()
 template <typename Condition>
 void Run::pumpUntil(const char *what, Condition condition)
 {
-    const QDeadlineTimer limit(10 * WaitLimitMs);
+    const QDeadlineTimer limit(qint64{10} * WaitLimitMs);
     while (!condition() && !limit.hasExpired())
         pump();
     m_torture->require(condition(), QLatin1String("waited in vain for ") + QLatin1String(what));
