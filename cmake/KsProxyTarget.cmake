@@ -11,7 +11,7 @@ function(ksproxy_configure_target target)
     QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wcast-align
-    -Wdouble-promotion -Wformat=2 -Wundef
+    -Wdouble-promotion -Wformat=2 -Wundef -Wzero-as-null-pointer-constant
     # Clang counts Qt's qCDebug as an extension of the language.
     $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
   set_target_properties(${target} PROPERTIES
