@@ -29,9 +29,7 @@ AnsweringPeer::~AnsweringPeer()
 
 QList<QByteArray> AnsweringPeer::finish()
 {
-    if (m_loop != nullptr)
-        QMetaObject::invokeMethod(std::exchange(m_loop, nullptr), &QEventLoop::quit,
-                                  Qt::QueuedConnection);
+    m_thread->quit();
     m_thread->wait();
     return m_bodies;
 }
@@ -49,10 +47,8 @@ void AnsweringPeer::serve()
     });
     if (!server.listen(QStringLiteral("tarnSver")))
         qFatal("the peer cannot listen: %s", qPrintable(server.errorString()));
-    QEventLoop loop;
-    m_loop = &loop;
     m_listening.release();
-    loop.exec();
+    QEventLoop().exec(); // until the thread is told to quit
 }
 
 QByteArray AnsweringPeer::answersTo(QByteArray *received)

@@ -9,8 +9,6 @@
 #include <functional>
 #include <memory>
 
-class QEventLoop;
-
 /// The other end of the local socket "tarnSver" on a thread of its own: answers each message at
 /// once and keeps the bodies of all of them.
 class AnsweringPeer
@@ -34,8 +32,7 @@ private:
 
     const Answer m_answer;
     QList<QByteArray> m_bodies; // of the peer's thread until that has ended
-    QEventLoop *m_loop = nullptr;
-    QSemaphore m_listening; // once the loop is known
+    QSemaphore m_listening;
     const std::unique_ptr<QThread> m_thread;
 };
 

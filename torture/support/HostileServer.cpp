@@ -7,7 +7,6 @@
 #include <cstring>
 #include <ctime>
 #include <poll.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -57,19 +56,11 @@ struct HostileServer::Account
     std::atomic<qint64> bytes{0};
 };
 
-HostileServer::HostileServer()
-{
-    void *const memory
-        = mmap(nullptr, sizeof(Account), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED)
-        qFatal("no shared memory");
-    m_account = new (memory) Account;
-}
+HostileServer::HostileServer() = default;
 
 HostileServer::~HostileServer()
 {
     kill();
-    munmap(m_account, sizeof(Account));
 }
 
 bool HostileServer::startDeaf()

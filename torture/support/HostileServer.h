@@ -1,6 +1,8 @@
 #ifndef HOSTILESERVER_H
 #define HOSTILESERVER_H
 
+#include "ForkShared.h"
+
 #include <QByteArray>
 
 #include <sys/types.h>
@@ -44,13 +46,13 @@ private:
     bool answerRequests(int client, bool waits);
     bool answer(int client, const char *body, int size);
 
-    Account *m_account; // shared with the process
+    const ForkShared<Account> m_account;
     Flood m_flood;
     bool m_isDeaf = false;
     qint64 m_endNs = 0;
     pid_t m_pid = 0;
     // Of the process that serves one client: requests that have not arrived as a whole.
-    char m_received[1 << 16];
+    char m_received[1 << 16] = {};
     int m_receivedBytes = 0;
 };
 

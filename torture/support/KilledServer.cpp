@@ -10,7 +10,6 @@
 #include <cstring>
 #include <ctime>
 #include <poll.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,18 +38,11 @@ struct KilledServer::Account
 
 KilledServer::KilledServer(const QString &serverPath)
     : m_serverPath(serverPath.toLocal8Bit())
-{
-    void *const memory
-        = mmap(nullptr, sizeof(Account), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED)
-        qFatal("no shared memory");
-    m_account = new (memory) Account;
-}
+{ }
 
 KilledServer::~KilledServer()
 {
     kill();
-    munmap(m_account, sizeof(Account));
 }
 
 bool KilledServer::start()

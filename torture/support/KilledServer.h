@@ -1,6 +1,8 @@
 #ifndef KILLEDSERVER_H
 #define KILLEDSERVER_H
 
+#include "ForkShared.h"
+
 #include <QByteArray>
 #include <QSet>
 #include <QString>
@@ -44,7 +46,7 @@ private:
     [[noreturn]] void die();
 
     const QByteArray m_serverPath;
-    Account *m_account; // shared with the process
+    const ForkShared<Account> m_account;
     Direction m_direction = Direction::ToServer;
     qint64 m_limit = 0;
     pid_t m_pid = 0;

@@ -289,7 +289,7 @@ void ProxyCell::changePackageType()
 {
     m_proxy->setPackageType(TarnEnum::ByteArrayPackage);
     QCoreApplication::processEvents();
-    if (m_proxy)
+    if (!m_proxy.isNull())
         m_proxy->setPackageType(TarnEnum::TextPackage);
 }
 

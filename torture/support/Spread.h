@@ -20,10 +20,12 @@ public:
 
     double median() const
     {
+        if (m_values.empty())
+            return 0;
         std::vector<double> values = m_values;
         const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
         std::nth_element(values.begin(), middle, values.end());
-        return values.empty() ? 0 : *middle;
+        return *middle;
     }
 
     double worst() const
