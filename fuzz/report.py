@@ -11,8 +11,8 @@ What the library and the simulated server make of bytes that nobody sane would s
 address and the undefined-behaviour sanitizer. The corpora are part of every test run;
 [architecture.md](architecture.md#the-fuzz-targets) tells what each target compares with what.
 
-| target | executions | a second | findings | corpus | lines reached |
-|---|---|---|---|---|---|"""
+| target | executions | wanted | a second | findings | corpus | lines reached |
+|---|---|---|---|---|---|---|"""
 
 
 def _row(target, result):
@@ -25,7 +25,7 @@ def _row(target, result):
     total = sum(count for _, count in coverage["files"].values())
     lines = f"{covered} of {total} ({100 * covered / total:.1f} %)" if total else ""
     corpus = f"{coverage['inputs']} inputs" if total else ""
-    return (f"| `{target.name}`: {target.about} | {executions:,} | {speed} | {findings} "
+    return (f"| `{target.name}`: {target.about} | {executions:,} | {target.wanted:,} | {speed} | {findings} "
             f"| {corpus} | {lines} |")
 
 

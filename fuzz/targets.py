@@ -13,6 +13,7 @@ class Target:
     name: str
     about: str
     sources: tuple  # whose coverage its corpus is measured by: paths from the root
+    wanted: int = 10_000_000  # executions before its silence means something
     max_len: int = 1024  # bytes of an input
     runs_per_process: int = 1_000_000  # what the library keeps on purpose adds up
     suppressions: str = "tests/lsan.supp"
@@ -33,7 +34,8 @@ class Target:
 ALL = {
     target.name: target
     for target in (
-        Target("frames", "the frame reader against a second one", ("transport/FrameReader.cpp",), 384),
+        Target("frames", "the frame reader against a second one", ("transport/FrameReader.cpp",),
+               max_len=384),
         Target("table", "the equipment table's reader against a second one",
                ("proxy/equipment_table.cpp", "proxy/EquipmentTableText.cpp",
                 "transport/EquipmentKeyText.cpp")),
@@ -42,13 +44,14 @@ ALL = {
                 "interface/ksproxypackage/PackageByteForm.cpp")),
         Target("reception", "received messages, and both drains of the replies, against a model",
                ("proxy/reception.cpp", "proxy/notify_loop.cpp", "proxy/reply_matching.cpp",
-                "proxy/events.cpp", "proxy/equipment_table.cpp", "transport/MessageBody.cpp")),
+                "proxy/events.cpp", "proxy/equipment_table.cpp", "transport/MessageBody.cpp"),
+               wanted=1_000_000),
         Target("scenario", "the simulated server's JSON", (
             "server/CommandFields.cpp", "server/CommandReader.cpp", "server/EquipmentConfig.cpp",
             "server/EquipmentReader.cpp", "server/Fault.cpp", "server/FaultKinds.cpp",
             "server/JsonFields.cpp", "server/JsonText.cpp", "server/MemoryReader.cpp",
             "server/MessageFilter.cpp", "server/ScenarioReader.cpp"),
-            4096, suppressions="fuzz/qt-json.supp"),
+            max_len=4096, suppressions="fuzz/qt-json.supp"),
         Target("session", "the session layer, with a server that sends what it likes", (
             "session/DeviceReply.cpp", "session/DeviceReplyPrivate.cpp", "session/DeviceSession.cpp",
             "session/DeviceTransfer.cpp", "session/DeviceTransferPrivate.cpp",
@@ -56,13 +59,13 @@ ALL = {
             "session/SendPacer.cpp", "session/ServerLink.cpp", "session/ServerLinkPackages.cpp",
             "session/SessionCore.cpp", "session/SessionError.cpp", "session/SessionOpening.cpp",
             "session/SessionOptions.cpp", "session/SessionRequests.cpp", "session/SpareProxies.cpp"),
-            192, runs_per_process=100_000),
+            wanted=1_000_000, max_len=192, runs_per_process=100_000),
         Target("server", "the simulated server, with clients that send what they like", (
             "server/ClientConnection.cpp", "server/ClientGroup.cpp", "server/DeviceRequest.cpp",
             "server/DeviceServer.cpp", "server/EquipmentEvents.cpp", "server/EquipmentMemory.cpp",
             "server/EquipmentRack.cpp", "server/EquipmentUnit.cpp", "server/FaultPlan.cpp",
             "server/FaultyFrame.cpp", "server/FaultyWire.cpp", "server/HeldMessages.cpp",
-            "server/RequestQueue.cpp")),
+            "server/RequestQueue.cpp"), wanted=1_000_000),
     )
 }
 

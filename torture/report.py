@@ -3,6 +3,7 @@
 
 import json
 import pathlib
+import subprocess
 import textwrap
 from typing import NamedTuple
 
@@ -18,7 +19,7 @@ INTRODUCTION = """# Reliability
 
 What the library survives, as measured. Every row below is a program that anyone can run again with the
 command beside it; `./dev torture` runs them all and writes this document. A short form of each is part of
-`./dev test`.
+`./dev test`. A row that did not hold ends its program with failures, and says so here.
 """
 
 
@@ -65,6 +66,40 @@ CHAPTERS = {
         "processes of the machine took. `kept` is heap that is still in use when the flood is over, for each "
         "message or byte of it. Reads that are unanswered under a flood of strangers were completed with one of "
         "these; see the surprises in [behaviour.md](behaviour.md)."),
+    "producers": Chapter(
+        "Sixteen producers",
+        "16 threads queue requests and commands in turn, as fast as they can, while the application's thread "
+        "registers, unregisters, terminates and initialises the proxy again. The proxy sends one message per 10 ms "
+        "by itself, which would take a quarter of an hour; so besides its workers the application's thread calls "
+        "the two loops, as their ticks would, as fast as it can. Each producer keeps books: what it queued was "
+        "refused, or was sent in its order, or was discarded with the queue by Terminate; what was sent was "
+        "completed once, or deleted with the pending requests. `./dev torture producers` runs it under the thread "
+        "sanitizer, with a Qt that is built for it; a race that it reports ends the program with a failure."),
+    "threads": Chapter(
+        "Threads under the thread sanitizer",
+        "The tests that use several threads, with QtCore, QtNetwork and QtTest built for the sanitizer from "
+        "Debian's source package (`torture/tsan/build-qt.sh`). Two controls come first: a program that races must "
+        "be reported, and one that queues its calls correctly must not. What is suppressed, and why, stands in "
+        "`torture/tsan/tsan.supp`."),
+    "wire_vectors": Chapter(
+        "Message by message",
+        "`torture/wire_vectors.json` is a table of messages, valid and invalid: the bytes that go in, and what must "
+        "come of them. The library is run against the vectors for the client, the simulated server against those "
+        "for the server. [protocol.md](protocol.md) describes the table's form."),
+    "reentrancy": Chapter(
+        "Everything from everywhere",
+        "Each signal and each completion handler of the proxy and of the session layer is an occasion to do "
+        "everything that an application may do there, and to delete what it must not. Each pair of occasion and "
+        "deed runs in a process of its own; afterwards the object must still work, or be gone with all that it "
+        "owned."),
+    "openings": Chapter(
+        "A thousand openings",
+        "A session that is opened, used once and closed, again and again: the same object, then a new one each "
+        "time. Connections, descriptors and heap must not grow."),
+    "flakes": Chapter(
+        "The whole test suite again and again",
+        "All tests in random order, eight at a time on two cores, without retries. The rounds of several calls are "
+        "added up."),
 }
 
 
@@ -81,6 +116,10 @@ def plot(name):
     return f"\n![Memory and descriptors over time](reliability/{name}.svg)\n"
 
 
+def verdict(result):
+    return "" if result["exit"] == 0 else " **Something did not hold.**"
+
+
 def chapter(name):
     result = json.loads((RESULTS / f"{name}.json").read_text())
     about = CHAPTERS.get(name, Chapter(name.replace("_", " ").capitalize(), ""))
@@ -88,7 +127,7 @@ def chapter(name):
     return f"""
 ## {about.title}
 {text}{plot(name) if about.has_curve else ""}
-`{result['command']}` on {result['date']}, commit {result['commit']}; {result['machine']}.
+`{result['command']}` on {result['date']}, commit {result['commit']}; {result['machine']}.{verdict(result)}
 
 | figure | value |
 |---|---|
@@ -102,8 +141,12 @@ def names():
     return [name for name in CHAPTERS if name in there] + sorted(there - set(CHAPTERS))
 
 
+def fuzzing():
+    return "\n" + subprocess.run([ROOT / "fuzz" / "report.py"], check=True, capture_output=True, text=True).stdout
+
+
 def main():
-    DOCUMENT.write_text(INTRODUCTION + "".join(chapter(name) for name in names()))
+    DOCUMENT.write_text(INTRODUCTION + "".join(chapter(name) for name in names()) + fuzzing())
 
 
 if __name__ == "__main__":
