@@ -8,6 +8,7 @@
 #include <QEvent>
 #include <QList>
 #include <QMutex>
+#include <QPointer>
 #include <QString>
 #include <QWaitCondition>
 
@@ -26,7 +27,8 @@ class PackageBase;
 /// the event loop runs; at the end `UnRegister`, `Terminate` and destruction. The proxy lives on
 /// one thread, the application's: call everything there unless an operation says otherwise. What
 /// is sent waits in a queue from which one message leaves every 10 ms. Operations report failure
-/// by what they return; nothing is thrown but what an application's own completion handler throws.
+/// by what they return, also when memory runs out, which is logged as "out of memory" at critical
+/// level; nothing is thrown but what an application's own completion handler throws.
 /// Handlers and slots must not delete the proxy, nor a request that they are called for; they may
 /// call `deleteLater`.
 ///
@@ -242,6 +244,8 @@ private:
 
     enum class Delivery { Written, Failed, Stopped };
 
+    void initialise();
+    std::unique_ptr<MsgSocketClient> newClient();
     void startWorker(MsgThread **worker, const char *loop);
     void stopWorker(MsgThread **worker, QMutex *mutex, QWaitCondition *condition);
     void deletePendingRequests();
@@ -249,7 +253,7 @@ private:
 
     bool sendWhenRegistered(TarnEnum::MessageIDs id, const QString &info);
     bool refuseSpecialPackage(const char *text, int *result);
-    void enqueueOutgoing(NotifyStruct *entry);
+    void enqueueOutgoing(std::unique_ptr<NotifyStruct> entry);
 
     NotifyStruct *takeOutgoing();
     NotifyStruct *waitForOutgoing();
@@ -257,21 +261,26 @@ private:
     void transmit(NotifyStruct *entry);
     Delivery deliver(const QByteArray &body);
     Delivery deliverThroughOwnThread(const QByteArray &body);
+    void returnOutgoing(NotifyStruct *entry);
     void completeUnwritten(PackageBase *package);
+    void completeAsFailed(PackageBase *package);
 
     NotifyStruct *takeNotification();
     NotifyStruct *waitForNotification();
     NotifyStruct *takeFirstNotification();
-    void handleNotification(NotifyStruct *item);
-    void completeRequest(const NotifyStruct &item);
-    PackageBase *takeAnsweredRequest(quint64 serialNum);
+    bool handleNotification(NotifyStruct *item);
+    void returnNotification(NotifyStruct *item);
+    bool completeRequest(const NotifyStruct &item);
+    QPointer<PackageBase> takeAnsweredRequest(quint64 serialNum);
     bool raiseBroadcast(const NotifyStruct &item);
 
+    bool dispatch(int id, const QString &info, const QByteArray &byteInfo);
+    bool readEquipmentTable(const QString &table);
     void loadRegistration(const QString &info);
     void dropRegistration();
     void enqueueReply(int id, const QString &info, const QByteArray &byteInfo);
-    void enqueueNotification(NotifyStruct *item);
-    void postToSelf(QEvent::Type type, void *sender, void *args);
+    void enqueueNotification(std::unique_ptr<NotifyStruct> item);
+    bool postToSelf(QEvent::Type type, void *sender, void *args);
 
     bool m_bConnected = false;
     std::atomic<bool> m_bNotifyStop{false};
@@ -296,6 +305,7 @@ private:
     // moved by an append while they are looked at.
     std::atomic<int> m_sendCount{0};
     std::atomic<int> m_notifyCount{0};
+    const QPointer<KVTServerMessageOldProxy> m_self{this}; // with it, further ones need no memory
 };
 
 #endif

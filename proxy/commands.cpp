@@ -1,27 +1,29 @@
 #include "KVTServerMessageOldProxy.h"
 
+#include "Guarded.h"
 #include "NotifyStruct.h"
 #include "PackageRequestCombination.h"
 #include "PackageRequestWriteMemData.h"
 #include "SpecialPackageRequest.h"
 
-#include <QDebug>
 #include <QMutexLocker>
 
 bool KVTServerMessageOldProxy::SendCommand(TarnEnum::MessageIDs id, QString info)
 {
-    auto *const entry = new NotifyStruct;
-    entry->setSendID(id);
-    entry->setInfo(info);
-    entry->setByteArrayInfo(info.toUtf8());
-    enqueueOutgoing(entry);
-    return true;
+    return guarded([&] {
+        auto entry = std::make_unique<NotifyStruct>();
+        entry->setSendID(id);
+        entry->setInfo(info);
+        entry->setByteArrayInfo(info.toUtf8());
+        enqueueOutgoing(std::move(entry));
+    });
 }
 
-void KVTServerMessageOldProxy::enqueueOutgoing(NotifyStruct *entry)
+void KVTServerMessageOldProxy::enqueueOutgoing(std::unique_ptr<NotifyStruct> entry)
 {
     const QMutexLocker locker(&m_sendMutex);
-    m_sendList.append(entry);
+    m_sendList.append(entry.get());
+    static_cast<void>(entry.release());
     m_sendCount = m_sendList.size();
     m_sendCondition.wakeAll();
 }
@@ -55,10 +57,14 @@ bool KVTServerMessageOldProxy::SendRequestOrder(SpecialPackageRequest *request)
 {
     if (!isRegisted())
         return false;
-    const QByteArray bytes = request->toByteArray();
-    const auto length
-        = static_cast<int>(qstrnlen(bytes.constData(), static_cast<uint>(bytes.size())));
-    return SendCommand(TarnEnum::SendOrder, QString::fromUtf8(bytes.constData(), length));
+    return guarded(
+        [&] {
+            const QByteArray bytes = request->toByteArray();
+            const auto length
+                = static_cast<int>(qstrnlen(bytes.constData(), static_cast<uint>(bytes.size())));
+            return SendCommand(TarnEnum::SendOrder, QString::fromUtf8(bytes.constData(), length));
+        },
+        false);
 }
 
 bool KVTServerMessageOldProxy::SetAutoConnectSwitch(bool on)
@@ -74,7 +80,7 @@ bool KVTServerMessageOldProxy::makeDeviceExclusive(const QString &port, const in
     Q_UNUSED(baudRate)
     SetAutoConnectSwitch(exclusive);
     // Names sendPacketData: applications' log filters know this line, whichever call wrote it.
-    qCritical() << "KVTServerMessageOldProxy::sendPacketData not support";
+    Log::critical("KVTServerMessageOldProxy::sendPacketData not support");
     return true;
 }
 
@@ -84,35 +90,35 @@ bool KVTServerMessageOldProxy::makeDeviceExclusive(const QString &port, const in
 bool KVTServerMessageOldProxy::SendRequestReadFile(PackageRequestReadFile *package)
 {
     Q_UNUSED(package)
-    qCritical() << "KVTServerMessageOldProxy::SendRequestReadFile not support";
+    Log::critical("KVTServerMessageOldProxy::SendRequestReadFile not support");
     return false;
 }
 
 bool KVTServerMessageOldProxy::SendRequestReadMemData(PackageRequestReadMemData *package)
 {
     Q_UNUSED(package)
-    qCritical() << "KVTServerMessageOldProxy::SendRequestReadMemData not support";
+    Log::critical("KVTServerMessageOldProxy::SendRequestReadMemData not support");
     return false;
 }
 
 bool KVTServerMessageOldProxy::SendRequestWriteFile(PackageRequestWriteFile *package)
 {
     Q_UNUSED(package)
-    qCritical() << "KVTServerMessageOldProxy::SendRequestWriteFile not support";
+    Log::critical("KVTServerMessageOldProxy::SendRequestWriteFile not support");
     return false;
 }
 
 bool KVTServerMessageOldProxy::SendRequestWriteMemData(PackageRequestWriteMemData package)
 {
     Q_UNUSED(package)
-    qCritical() << "KVTServerMessageOldProxy::SendRequestWriteMemData not support";
+    Log::critical("KVTServerMessageOldProxy::SendRequestWriteMemData not support");
     return false;
 }
 
 bool KVTServerMessageOldProxy::SendCombinationRequest(PackageRequestCombination package)
 {
     Q_UNUSED(package)
-    qCritical() << "KVTServerMessageOldProxy::SendCombinationRequest not support";
+    Log::critical("KVTServerMessageOldProxy::SendCombinationRequest not support");
     return false;
 }
 
@@ -137,7 +143,7 @@ bool KVTServerMessageOldProxy::refuseSpecialPackage(const char *text, int *resul
 {
     if (!isRegisted())
         return false;
-    qCritical() << text;
+    Log::critical(text);
     if (result != nullptr)
         *result = 1;
     return true;
@@ -147,7 +153,7 @@ bool KVTServerMessageOldProxy::changebaudRate(const QString &port, const unsigne
 {
     Q_UNUSED(port)
     Q_UNUSED(baudRate)
-    qCritical() << "KVTServerMessageOldProxy::changebaudRate not support";
+    Log::critical("KVTServerMessageOldProxy::changebaudRate not support");
     return true;
 }
 
@@ -155,5 +161,5 @@ void KVTServerMessageOldProxy::sendPacketData(const QByteArray &data, int length
 {
     Q_UNUSED(data)
     Q_UNUSED(length)
-    qCritical() << "KVTServerMessageOldProxy::sendPacketData not support";
+    Log::critical("KVTServerMessageOldProxy::sendPacketData not support");
 }

@@ -1,10 +1,14 @@
 #include "KVTServerMessageOldProxy.h"
 
 #include "EquipmentTableText.h"
-
-#include <QDebug>
+#include "Guarded.h"
 
 bool KVTServerMessageOldProxy::ParseEquipmentTable(QString table)
+{
+    return guarded([&] { return readEquipmentTable(table); }, false);
+}
+
+bool KVTServerMessageOldProxy::readEquipmentTable(const QString &table)
 {
     try {
         if (table.isEmpty()) {
@@ -15,7 +19,7 @@ bool KVTServerMessageOldProxy::ParseEquipmentTable(QString table)
         return true;
     } catch (const QString &error) {
         // Another build of the interface may throw a text; the application gets false instead.
-        qDebug() << "ParseEquipmentTable" << tr("客户端更新设备表异常：") << error;
+        Log::debug("ParseEquipmentTable", tr("客户端更新设备表异常："), error);
         return false;
     }
 }

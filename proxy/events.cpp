@@ -1,10 +1,13 @@
 #include "KVTServerMessageOldProxy.h"
 
+#include "Guarded.h"
 #include "MyEvent.h"
 #include "NotificationValue.h"
 
 #include <QCoreApplication>
-#include <QDebug>
+
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -14,11 +17,11 @@ Args argumentsOf(const MyEvent &event)
     return event.m_args != nullptr ? *static_cast<Args *>(event.m_args) : Args();
 }
 
+// Deletes the arguments in the end, whatever the slots do.
 template <typename Args>
-void deleteArguments(MyEvent *event)
+std::unique_ptr<Args> takeArguments(MyEvent *event)
 {
-    delete static_cast<Args *>(event->m_args);
-    event->m_args = nullptr;
+    return std::unique_ptr<Args>(static_cast<Args *>(std::exchange(event->m_args, nullptr)));
 }
 
 // Consumed without effect: requests are completed by the loops, never through an event.
@@ -33,9 +36,8 @@ void raiseRegisterError(IKVTServerBaseProxy *target, MyEvent *event)
 {
     if (event->m_args == nullptr)
         return;
-    Q_EMIT target->NotifyRegisterErrEvent(event->m_sender,
-                                          argumentsOf<NotifyRegisterErrorEventArgs>(*event));
-    deleteArguments<NotifyRegisterErrorEventArgs>(event);
+    const auto args = takeArguments<NotifyRegisterErrorEventArgs>(event);
+    Q_EMIT target->NotifyRegisterErrEvent(event->m_sender, *args);
 }
 
 void raiseBeginConnectEquipment(IKVTServerBaseProxy *target, MyEvent *event)
@@ -52,8 +54,8 @@ void raiseCompleteConnectEquipment(IKVTServerBaseProxy *target, MyEvent *event)
 
 void raiseBeginConnectAllController(IKVTServerBaseProxy *target, MyEvent *event)
 {
-    Q_EMIT target->BeginConnectAllController(event->m_sender, argumentsOf<EventArgs>(*event));
-    deleteArguments<EventArgs>(event);
+    const auto args = takeArguments<EventArgs>(event);
+    Q_EMIT target->BeginConnectAllController(event->m_sender, args ? *args : EventArgs());
 }
 
 // The event's argument is not looked at: it may be gone by now.
@@ -104,36 +106,40 @@ bool KVTServerMessageOldProxy::event(QEvent *event)
         return QObject::event(event);
     auto *const myEvent = static_cast<MyEvent *>(event);
     if (auto *const target = static_cast<IKVTServerBaseProxy *>(myEvent->m_target))
-        raise(target, myEvent);
+        guarded([&] { raise(target, myEvent); });
     return true;
 }
 
-void KVTServerMessageOldProxy::postToSelf(QEvent::Type type, void *sender, void *args)
+bool KVTServerMessageOldProxy::postToSelf(QEvent::Type type, void *sender, void *args)
 {
     auto *const target = static_cast<IKVTServerBaseProxy *>(this);
-    QCoreApplication::postEvent(this, new MyEvent(type, target, sender, args),
-                                Qt::HighEventPriority);
+    return guardedTwice([&] {
+        QCoreApplication::postEvent(this, new MyEvent(type, target, sender, args),
+                                    Qt::HighEventPriority);
+    });
 }
 
 void KVTServerMessageOldProxy::OnNotifyRegisterErr(void *sender, NotifyRegisterErrorEventArgs *args)
 {
-    postToSelf(MyEvent::m_NotifyRegisterErrEvent, sender, args);
+    if (!postToSelf(MyEvent::m_NotifyRegisterErrEvent, sender, args))
+        delete args;
 }
 
 void KVTServerMessageOldProxy::OnBeginConnectEquipment(void *sender,
                                                        ConnectEquipmentEventArgs *args)
 {
-    Q_EMIT BeginConnectEquipment(sender, *args);
+    guarded([&] { Q_EMIT BeginConnectEquipment(sender, *args); });
 }
 
 void KVTServerMessageOldProxy::OnBeginConnectAllController(void *sender, EventArgs *args)
 {
-    postToSelf(MyEvent::m_BeginConnectAllController, sender, args);
+    if (!postToSelf(MyEvent::m_BeginConnectAllController, sender, args))
+        delete args;
 }
 
 void KVTServerMessageOldProxy::OnEquipmentChangeEvent(void *sender, EventArgs *args)
 {
-    Q_EMIT EquipmentChangeEvent(sender, *args);
+    guarded([&] { Q_EMIT EquipmentChangeEvent(sender, *args); });
 }
 
 void KVTServerMessageOldProxy::OnCompleteConnectAllControllerr(void *sender, EventArgs *args)
@@ -146,12 +152,15 @@ void KVTServerMessageOldProxy::OnCompleteConnectEquipment(void *sender, QString 
     // Narrow on purpose: a named port is reported through the equipment table, not here.
     if (portName.isNull() || !portName.isEmpty())
         return;
-    auto *const args = new ConnectEquipmentEventArgs; // not released: event leaves it alone
-    args->setPortNam(portName);
-    postToSelf(MyEvent::m_CompleteConnectEquipment, sender, args);
+    guarded([&] {
+        auto args = std::make_unique<ConnectEquipmentEventArgs>();
+        args->setPortNam(portName);
+        if (postToSelf(MyEvent::m_CompleteConnectEquipment, sender, args.get()))
+            static_cast<void>(args.release()); // not released: event leaves it alone
+    });
 }
 
 void KVTServerMessageOldProxy::TimeOut()
 {
-    qCritical() << "KVTServerMessageOldProxy::TimeOut not support";
+    Log::critical("KVTServerMessageOldProxy::TimeOut not support");
 }

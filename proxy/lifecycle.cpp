@@ -1,16 +1,17 @@
 #include "KVTServerMessageOldProxy.h"
 
+#include "Guarded.h"
 #include "MsgSocketClient.h"
 #include "MsgThread.h"
 #include "NotifyStruct.h"
 #include "PackageBase.h"
 
 #include <QCoreApplication>
-#include <QDebug>
 #include <QMutexLocker>
 #include <QPointer>
 #include <QVector>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -21,11 +22,20 @@ constexpr unsigned long RegisterPassMs = 50;
 constexpr int RegisterPasses = 100;
 constexpr int ErrorCode = 4000;
 
+QVector<QPointer<PackageBase>> pointersTo(const QList<PackageBase *> &packages)
+{
+    QVector<QPointer<PackageBase>> pointers;
+    pointers.reserve(packages.size());
+    for (PackageBase *const package : packages)
+        pointers.append(package);
+    return pointers;
+}
+
 } // namespace
 
 KVTServerMessageOldProxy::KVTServerMessageOldProxy()
 {
-    qDebug() << "KVTServerMessageOldProxy m_binit" << m_binit.load();
+    Log::debug("KVTServerMessageOldProxy m_binit", m_binit.load());
 }
 
 KVTServerMessageOldProxy::~KVTServerMessageOldProxy()
@@ -39,11 +49,27 @@ KVTServerMessageOldProxy::~KVTServerMessageOldProxy()
 void KVTServerMessageOldProxy::Initalize()
 {
     if (m_binit) {
-        qDebug() << "KVTServerMessageOldProxy::Initalize has init!";
+        Log::debug("KVTServerMessageOldProxy::Initalize has init!");
         return;
     }
+    if (guarded([this] { initialise(); }))
+        return;
+    // Without a client, so that Register says no; a next call starts afresh.
+    m_bNotifyStop = true;
+    m_bSendStop = true;
+    stopWorker(&m_pNotifyThread, &m_notifyMutex, &m_notifyCondition);
+    stopWorker(&m_pSendThread, &m_sendMutex, &m_sendCondition);
+    m_binit = false;
+    delete std::exchange(m_pMsgClient, nullptr);
+    m_bConnected = false;
+    setRegisted(false);
+}
+
+void KVTServerMessageOldProxy::initialise()
+{
     m_binit = true;
-    creatMsgClient();
+    if (m_pMsgClient == nullptr)
+        m_pMsgClient = newClient().release();
     m_bNotifyStop = false;
     startWorker(&m_pNotifyThread, SLOT(NotifyThreadFun(bool)));
     m_bSendStop = false;
@@ -53,19 +79,25 @@ void KVTServerMessageOldProxy::Initalize()
 
 void KVTServerMessageOldProxy::creatMsgClient()
 {
-    if (m_pMsgClient != nullptr)
-        return;
-    m_pMsgClient = new MsgSocketClient;
-    connect(m_pMsgClient, SIGNAL(receivedInfos(QByteArray)), this,
+    if (m_pMsgClient == nullptr)
+        guarded([this] { m_pMsgClient = newClient().release(); });
+}
+
+std::unique_ptr<MsgSocketClient> KVTServerMessageOldProxy::newClient()
+{
+    auto client = std::make_unique<MsgSocketClient>();
+    connect(client.get(), SIGNAL(receivedInfos(QByteArray)), this,
             SLOT(OnReceiveMessage(QByteArray)), Qt::AutoConnection);
+    return client;
 }
 
 // The workers only tick: through the queued connection every pass of a loop runs on this thread.
 void KVTServerMessageOldProxy::startWorker(MsgThread **worker, const char *loop)
 {
     if (*worker == nullptr) {
-        *worker = new MsgThread(WorkerIntervalMs, nullptr);
-        connect(*worker, SIGNAL(doInfo(bool)), this, loop, Qt::QueuedConnection);
+        auto thread = std::make_unique<MsgThread>(WorkerIntervalMs, nullptr);
+        connect(thread.get(), SIGNAL(doInfo(bool)), this, loop, Qt::QueuedConnection);
+        *worker = thread.release();
     }
     if (!(*worker)->isRunning())
         (*worker)->start(QThread::InheritPriority);
@@ -87,7 +119,10 @@ bool KVTServerMessageOldProxy::Register(const QString &name, QString *serverVers
     // Before anything is sent, on purpose: commands may be queued at once, and the wait below ends
     // after its first pass unless the server has refused by then.
     setRegisted(true);
-    SendCommand(TarnEnum::RegisterClient, QLatin1String(""));
+    if (!SendCommand(TarnEnum::RegisterClient, QLatin1String(""))) {
+        setRegisted(false);
+        return false;
+    }
     const QPointer<KVTServerMessageOldProxy> self(this); // the events may take the proxy with them
     for (int pass = 1; pass <= RegisterPasses; ++pass) {
         QCoreApplication::processEvents();
@@ -145,9 +180,9 @@ void KVTServerMessageOldProxy::stopWorker(MsgThread **worker, QMutex *mutex,
     thread->exit(0);
     // Connected before the state is asked for: a worker that is still running is released when it
     // ends, and never while it runs, which would abort the process.
-    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
-    if (!thread->isRunning())
-        thread->deleteLater();
+    guarded([thread] { connect(thread, &QThread::finished, thread, &QObject::deleteLater); });
+    if (!thread->isRunning() && !guarded([thread] { thread->deleteLater(); }))
+        delete thread;
 }
 
 // The requests are the application's, yet they are deleted and never completed: after Terminate
@@ -155,10 +190,14 @@ void KVTServerMessageOldProxy::stopWorker(MsgThread **worker, QMutex *mutex,
 void KVTServerMessageOldProxy::deletePendingRequests()
 {
     const QMutexLocker locker(&m_requestMutex);
+    if (m_requestList.isEmpty())
+        return; // to walk it would need memory
     // Guarded, since a package may stand here twice, or be deleted with one that is its parent.
+    // Without memory for that they all stay pending.
     QVector<QPointer<PackageBase>> requests;
-    for (int i = 0; i < m_requestList.size(); ++i)
-        requests.append(std::exchange(m_requestList[i], nullptr));
+    if (!guardedTwice([&] { requests = pointersTo(m_requestList); }))
+        return;
+    std::fill(m_requestList.begin(), m_requestList.end(), nullptr);
     for (const QPointer<PackageBase> &request : qAsConst(requests))
         delete request;
     m_requestList.clear();

@@ -1,11 +1,20 @@
 #include "KVTServerMessageOldProxy.h"
 
+#include "Guarded.h"
 #include "NotifyStruct.h"
 #include "PackageBase.h"
+#include "PackageText.h"
 
 #include <QCoreApplication>
 #include <QMutexLocker>
 #include <QPointer>
+#include <QThread>
+
+namespace {
+
+constexpr unsigned long PauseMs = 10; // until memory is tried for again
+
+} // namespace
 
 void KVTServerMessageOldProxy::NotifyThreadFun(bool deleteThread)
 {
@@ -16,8 +25,9 @@ void KVTServerMessageOldProxy::NotifyThreadFun(bool deleteThread)
     while (self && m_notifyCount > 0) {
         if (m_bNotifyStop)
             return;
-        if (NotifyStruct *const item = takeNotification())
-            handleNotification(item);
+        NotifyStruct *const item = takeNotification();
+        if (item != nullptr && !handleNotification(item))
+            return; // the next tick tries again
     }
 }
 
@@ -26,8 +36,9 @@ void KVTServerMessageOldProxy::notifyThreadProc(bool deleteThread)
     Q_UNUSED(deleteThread)
     const QPointer<KVTServerMessageOldProxy> self(this);
     while (self && !m_bNotifyStop) {
-        if (NotifyStruct *const item = waitForNotification())
-            handleNotification(item);
+        NotifyStruct *const item = waitForNotification();
+        if (item != nullptr && !handleNotification(item))
+            QThread::msleep(PauseMs);
         // This thread has no event loop that would release the replies.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
@@ -58,9 +69,12 @@ NotifyStruct *KVTServerMessageOldProxy::takeFirstNotification()
     return item;
 }
 
-void KVTServerMessageOldProxy::handleNotification(NotifyStruct *item)
+// False when memory runs out: the item stands in the queue again then.
+bool KVTServerMessageOldProxy::handleNotification(NotifyStruct *item)
 {
     std::unique_ptr<NotifyStruct> owner(item);
+    bool isHandled = true;
+    bool isRaised = false;
     switch (item->notify()) {
     case TarnEnum::ReplyReadData:
     case TarnEnum::ReplyReadFile:
@@ -68,30 +82,54 @@ void KVTServerMessageOldProxy::handleNotification(NotifyStruct *item)
     case TarnEnum::ReplyWriteData:
     case TarnEnum::ReplyWriteFile:
     case TarnEnum::ReplyWriteMemData:
-        completeRequest(*item);
+        isHandled = completeRequest(*item);
         break;
     case TarnEnum::BroadcastReply:
         // One that is not raised is dropped without being deleted: the entry stays valid for
         // whoever holds on to it.
-        if (!raiseBroadcast(*item))
+        isHandled = guarded([&] { isRaised = raiseBroadcast(*item); });
+        if (isHandled && !isRaised)
             static_cast<void>(owner.release());
         break;
     default:
         break;
     }
+    if (!isHandled)
+        returnNotification(owner.release());
+    return isHandled;
 }
 
-void KVTServerMessageOldProxy::completeRequest(const NotifyStruct &item)
+void KVTServerMessageOldProxy::returnNotification(NotifyStruct *item)
+{
+    const bool isQueued = guarded([&] {
+        const QMutexLocker locker(&m_notifyMutex);
+        m_notifyList.prepend(item);
+        m_notifyCount = m_notifyList.size();
+    });
+    if (!isQueued)
+        delete item;
+}
+
+// False when memory runs out before anything has happened.
+bool KVTServerMessageOldProxy::completeRequest(const NotifyStruct &item)
 {
     if (m_packageType == TarnEnum::ByteArrayPackage) {
         // Only logs that this is not supported; the request stays pending.
         ParseCompleteRequest(item.getByteArrayInfo(), item.notify());
-        return;
+        return true;
     }
-    PackageBase *const reply = ParseCompleteRequest(item.strinfo(), item.notify());
-    const QPointer<PackageBase> request(takeAnsweredRequest(reply->getSerialNum()));
+    QPointer<PackageBase> reply;
+    QPointer<PackageBase> request;
+    const bool isParsed = guarded([&] {
+        auto parsed = PackageText::read(item.strinfo(), item.notify());
+        reply = parsed.get();
+        request = takeAnsweredRequest(parsed->getSerialNum());
+        static_cast<void>(parsed.release());
+    });
+    if (!isParsed)
+        return false;
     if (!request)
-        return; // nobody waits; the reply is not released
+        return true; // nobody waits; the reply is not released
     if (m_packageType == TarnEnum::ByteArrayPackage)
         FillReplyDataToPackage(reply, request);
     try {
@@ -101,11 +139,12 @@ void KVTServerMessageOldProxy::completeRequest(const NotifyStruct &item)
         // A handler may give up with a text; the other replies are still delivered.
     }
     PackageBase::clear(request);
+    return true;
 }
 
 // From the end, where the newest are. Without a match it is the oldest request that is answered:
 // a server that sends back no usable number still gets its replies through, in order.
-PackageBase *KVTServerMessageOldProxy::takeAnsweredRequest(quint64 serialNum)
+QPointer<PackageBase> KVTServerMessageOldProxy::takeAnsweredRequest(quint64 serialNum)
 {
     const QMutexLocker locker(&m_requestMutex);
     PackageBase *request = nullptr;
@@ -114,8 +153,9 @@ PackageBase *KVTServerMessageOldProxy::takeAnsweredRequest(quint64 serialNum)
         if (request != nullptr && request->getSerialNum() == serialNum)
             break;
     }
+    const QPointer<PackageBase> taken(request); // first: it may need memory
     m_requestList.removeOne(request);
-    return request;
+    return taken;
 }
 
 bool KVTServerMessageOldProxy::raiseBroadcast(const NotifyStruct &item)
@@ -133,12 +173,15 @@ bool KVTServerMessageOldProxy::raiseBroadcast(const NotifyStruct &item)
         return false;
     }
     const int type = text.mid(textComma + 1).toInt();
-    const QPointer<PackageBase> reply(
-        ParseCompleteRequest(text.mid(0, textComma), static_cast<TarnEnum::NotifyTypes>(type)));
+    auto parsed
+        = PackageText::read(text.mid(0, textComma), static_cast<TarnEnum::NotifyTypes>(type));
+    const QPointer<PackageBase> reply(parsed.get());
+    static_cast<void>(parsed.release());
     CompletePackageRequestEventArgs args;
     args.setRequest(reply);
-    Q_EMIT CallBackBroadcastRecvedReplyEvent(this, args);
-    if (reply) // a slot may have deleted it, against the rules
-        reply->deleteLater();
+    guarded([&] { Q_EMIT CallBackBroadcastRecvedReplyEvent(this, args); });
+    // A slot may have deleted it, against the rules.
+    if (reply && !guarded([&] { reply->deleteLater(); }))
+        delete reply;
     return true;
 }

@@ -1,5 +1,6 @@
 #include "KVTServerMessageOldProxy.h"
 
+#include "Guarded.h"
 #include "MessageBody.h"
 #include "NotificationValue.h"
 #include "NotifyStruct.h"
@@ -19,13 +20,21 @@ void KVTServerMessageOldProxy::OnReceiveMessage(QByteArray infos)
         return;
     const int id = MessageBody::id(infos);
     const bool isReply = id >= FirstReply && id <= LastReply;
-    if (isReply && packageType() == TarnEnum::ByteArrayPackage)
-        ReceivedMessage(id, QLatin1String(""), MessageBody::bytes(infos));
-    else
-        ReceivedMessage(id, MessageBody::text(infos), QByteArray());
+    guardedTwice([&] {
+        if (isReply && packageType() == TarnEnum::ByteArrayPackage)
+            dispatch(id, QLatin1String(""), MessageBody::bytes(infos));
+        else
+            dispatch(id, MessageBody::text(infos), QByteArray());
+    });
 }
 
 bool KVTServerMessageOldProxy::ReceivedMessage(int id, QString info, QByteArray byteInfo)
+{
+    return guarded([&] { return dispatch(id, info, byteInfo); }, false);
+}
+
+// What memory may run out for comes before what cannot be done twice.
+bool KVTServerMessageOldProxy::dispatch(int id, const QString &info, const QByteArray &byteInfo)
 {
     if (static_cast<quint32>(id) > TarnEnum::Reserved22)
         return false;
@@ -38,10 +47,10 @@ bool KVTServerMessageOldProxy::ReceivedMessage(int id, QString info, QByteArray 
         dropRegistration();
         return true;
     case TarnEnum::RegisterError: {
-        dropRegistration();
-        auto *const args = new NotifyRegisterErrorEventArgs;
+        auto args = std::make_unique<NotifyRegisterErrorEventArgs>();
         args->setErrInfo(QString::number(id));
-        OnNotifyRegisterErr(this, args);
+        dropRegistration();
+        OnNotifyRegisterErr(this, args.release());
         return true;
     }
     case TarnEnum::ServerAlive:
@@ -60,14 +69,14 @@ bool KVTServerMessageOldProxy::ReceivedMessage(int id, QString info, QByteArray 
         return true;
     case TarnEnum::CompleteConnectAllController:
         m_nIdleCount = 0;
-        ParseEquipmentTable(info);
+        readEquipmentTable(info);
         // No argument object: its delivery neither reads nor frees one.
         OnCompleteConnectAllControllerr(this, nullptr);
         return true;
     case TarnEnum::EquipmentChange:
         m_nIdleCount = 0;
-        ParseEquipmentTable(info);
-        Q_EMIT EquipmentChangeEvent(this, EventArgs(NotificationValue));
+        readEquipmentTable(info);
+        guarded([this] { Q_EMIT EquipmentChangeEvent(this, EventArgs(NotificationValue)); });
         return true;
     case TarnEnum::Reserved6:
     case TarnEnum::Reserved22:
@@ -87,7 +96,7 @@ void KVTServerMessageOldProxy::loadRegistration(const QString &info)
     const int comma = info.lastIndexOf(QLatin1Char(','));
     m_strServerVer = comma < 0 ? QLatin1String("") : info.mid(comma + 1);
     setRegisted(true);
-    ParseEquipmentTable(info.mid(0, comma)); // -1 takes the whole text: a table without a version
+    readEquipmentTable(info.mid(0, comma)); // -1 takes the whole text: a table without a version
     m_nIdleCount = 0;
 }
 
@@ -101,17 +110,18 @@ void KVTServerMessageOldProxy::dropRegistration()
 
 void KVTServerMessageOldProxy::enqueueReply(int id, const QString &info, const QByteArray &byteInfo)
 {
-    auto *const item = new NotifyStruct;
+    auto item = std::make_unique<NotifyStruct>();
     item->setInfo(info);
     item->setByteArrayInfo(byteInfo);
     item->setNotify(static_cast<TarnEnum::NotifyTypes>(id));
-    enqueueNotification(item);
+    enqueueNotification(std::move(item));
 }
 
-void KVTServerMessageOldProxy::enqueueNotification(NotifyStruct *item)
+void KVTServerMessageOldProxy::enqueueNotification(std::unique_ptr<NotifyStruct> item)
 {
     const QMutexLocker locker(&m_notifyMutex);
-    m_notifyList.append(item);
+    m_notifyList.append(item.get());
+    static_cast<void>(item.release());
     m_notifyCount = m_notifyList.size();
     m_notifyCondition.wakeAll();
 }
@@ -121,7 +131,8 @@ bool KVTServerMessageOldProxy::GetInfo(QString info, QString *out)
     const int close = info.indexOf(QLatin1Char('>'));
     if (close < 0)
         return false;
-    const QString first = info.left(close);
-    *out = first.mid(0, first.lastIndexOf(QLatin1Char('<')));
-    return true;
+    return guarded([&] {
+        const QString first = info.left(close);
+        *out = first.mid(0, first.lastIndexOf(QLatin1Char('<')));
+    });
 }

@@ -1,35 +1,14 @@
 #include "KVTServerMessageOldProxy.h"
 
+#include "Guarded.h"
 #include "PackageRequestReadData.h"
-#include "PackageRequestReadFile.h"
-#include "PackageRequestReadMemData.h"
-#include "PackageRequestWriteData.h"
-#include "PackageRequestWriteFile.h"
+#include "PackageText.h"
 
-#include <QDebug>
 #include <QMutexLocker>
 
 #include <typeinfo>
 
 namespace {
-
-PackageBase *newPackage(TarnEnum::NotifyTypes type)
-{
-    switch (type) {
-    case TarnEnum::ReplyReadData:
-        return new PackageRequestReadData;
-    case TarnEnum::ReplyReadFile:
-        return new PackageRequestReadFile;
-    case TarnEnum::ReplyReadMemData:
-        return new PackageRequestReadMemData;
-    case TarnEnum::ReplyWriteData:
-        return new PackageRequestWriteData;
-    case TarnEnum::ReplyWriteFile:
-        return new PackageRequestWriteFile;
-    default:
-        return new PackageBase;
-    }
-}
 
 void copyHeader(const PackageBase &from, PackageBase *to)
 {
@@ -52,9 +31,8 @@ void copyHeader(const PackageBase &from, PackageBase *to)
 PackageBase *KVTServerMessageOldProxy::ParseCompleteRequest(QString text,
                                                             TarnEnum::NotifyTypes type)
 {
-    PackageBase *const package = newPackage(type);
-    package->fromString(text);
-    return package;
+    return guarded([&] { return PackageText::read(text, type).release(); },
+                   static_cast<PackageBase *>(nullptr));
 }
 
 PackageBase *KVTServerMessageOldProxy::ParseCompleteRequest(QByteArray bytes,
@@ -62,7 +40,7 @@ PackageBase *KVTServerMessageOldProxy::ParseCompleteRequest(QByteArray bytes,
 {
     Q_UNUSED(bytes)
     Q_UNUSED(type)
-    qCritical() << "KVTServerMessageOldProxy::ParseCompleteRequest QByteArray not spport";
+    Log::critical("KVTServerMessageOldProxy::ParseCompleteRequest QByteArray not spport");
     return nullptr;
 }
 

@@ -1,5 +1,6 @@
 #include "KVTServerMessageOldProxy.h"
 
+#include "Guarded.h"
 #include "NotifyStruct.h"
 #include "PackageRequestReadData.h"
 #include "PackageRequestWriteData.h"
@@ -50,6 +51,18 @@ const RequestKind *kindOf(const PackageBase &package)
     return nullptr;
 }
 
+// A connection key that is not in the equipment table is no reason to refuse a package, here and
+// in the byte form: the server knows better than a copy of its table and answers the request.
+void writeText(const PackageBase *package, TarnEnum::MessageIDs *id, QString *text)
+{
+    if (package == nullptr)
+        return;
+    const RequestKind *const kind = kindOf(*package);
+    *text = kind != nullptr ? package->toRequestString() : QString(QLatin1String(""));
+    // An unknown kind goes out as a read-data request without text, for the server to refuse.
+    *id = kind != nullptr ? kind->messageId : TarnEnum::RequestReadData;
+}
+
 } // namespace
 
 bool KVTServerMessageOldProxy::SendRequestReadData(PackageRequestReadData *package)
@@ -68,29 +81,23 @@ bool KVTServerMessageOldProxy::SendPackageMessage(PackageBase *package)
     // Kept unless the package type is text: the request then goes out as what looks like a cancel
     // command without an argument. The byte form is deliberately not used in its place.
     TarnEnum::MessageIDs id = TarnEnum::CancelOneSend;
-    QString text;
-    if (m_packageType == TarnEnum::TextPackage)
-        ParseSendPackageInfo(package, &id, &text);
-    auto *const entry = new NotifyStruct;
-    entry->setSendID(id);
-    entry->setInfo(text);
-    entry->setPacke(package);
-    entry->setByteArrayInfo(QByteArray());
-    enqueueOutgoing(entry);
-    return true;
+    return guarded([&] {
+        QString text;
+        if (m_packageType == TarnEnum::TextPackage)
+            writeText(package, &id, &text);
+        auto entry = std::make_unique<NotifyStruct>();
+        entry->setSendID(id);
+        entry->setInfo(text);
+        entry->setPacke(package);
+        entry->setByteArrayInfo(QByteArray());
+        enqueueOutgoing(std::move(entry));
+    });
 }
 
-// A connection key that is not in the equipment table is no reason to refuse a package, here and
-// in the byte form: the server knows better than a copy of its table and answers the request.
 void KVTServerMessageOldProxy::ParseSendPackageInfo(PackageBase *package, TarnEnum::MessageIDs *id,
                                                     QString *text)
 {
-    if (package == nullptr)
-        return;
-    const RequestKind *const kind = kindOf(*package);
-    // An unknown kind goes out as a read-data request without text, for the server to refuse.
-    *id = kind != nullptr ? kind->messageId : TarnEnum::RequestReadData;
-    *text = kind != nullptr ? package->toRequestString() : QString(QLatin1String(""));
+    guarded([&] { writeText(package, id, text); });
 }
 
 void KVTServerMessageOldProxy::ParseSendPackageQByteArrayInfo(PackageBase *package,
@@ -100,19 +107,23 @@ void KVTServerMessageOldProxy::ParseSendPackageQByteArrayInfo(PackageBase *packa
     if (package == nullptr)
         return;
     const RequestKind *const kind = kindOf(*package);
-    *id = kind != nullptr ? kind->messageId : TarnEnum::RequestReadData;
-    if (kind == nullptr)
-        *bytes = QByteArray("");
-    else if (kind->readWriteCode == WriteCode && kind->clientPackageType != DataKind)
-        *bytes = package->toRequestString().toLatin1(); // servers take these two as text only
-    else
-        *bytes = package->toByteArray();
+    guarded([&] {
+        if (kind == nullptr)
+            *bytes = QByteArray("");
+        else if (kind->readWriteCode == WriteCode && kind->clientPackageType != DataKind)
+            *bytes = package->toRequestString().toLatin1(); // servers take these two as text only
+        else
+            *bytes = package->toByteArray();
+        *id = kind != nullptr ? kind->messageId : TarnEnum::RequestReadData;
+    });
 }
 
 void KVTServerMessageOldProxy::ParsePackageInfo(PackageBase *package, TarnEnum::NotifyTypes *type,
                                                 QString *text)
 {
     const RequestKind *const kind = kindOf(*package);
-    *type = kind != nullptr ? kind->replyType : TarnEnum::BroadcastReply;
-    *text = kind != nullptr ? package->toReplyString() : QString(QLatin1String(""));
+    guarded([&] {
+        *text = kind != nullptr ? package->toReplyString() : QString(QLatin1String(""));
+        *type = kind != nullptr ? kind->replyType : TarnEnum::BroadcastReply;
+    });
 }

@@ -1,5 +1,6 @@
 #include "KVTServerMessageOldProxy.h"
 
+#include "Guarded.h"
 #include "MessageBody.h"
 #include "MsgSocketClient.h"
 #include "NotifyStruct.h"
@@ -56,17 +57,36 @@ NotifyStruct *KVTServerMessageOldProxy::takeFirstOutgoing()
 
 void KVTServerMessageOldProxy::transmit(NotifyStruct *entry)
 {
-    const std::unique_ptr<NotifyStruct> owner(entry);
+    std::unique_ptr<NotifyStruct> owner(entry);
     PackageBase *const package = entry->packe();
-    {
+    QByteArray body;
+    const bool isPending = guarded([&] {
+        // The entry's bytes are not sent: only the identifier and the text make the message.
+        body = MessageBody::encode(entry->sendID(), entry->strinfo());
         // Before the write, so that no reply can come too early. A command adds its null as well:
         // one entry per message written, in the order of writing.
         const QMutexLocker locker(&m_requestMutex);
         m_requestList.append(package);
-    }
-    // The entry's bytes are not sent: only the identifier and the text make the message.
-    if (deliver(MessageBody::encode(entry->sendID(), entry->strinfo())) == Delivery::Failed)
+    });
+    if (!isPending)
+        returnOutgoing(owner.release());
+    else if (guarded([&] { return deliver(body); }, Delivery::Failed) == Delivery::Failed)
         completeUnwritten(package);
+}
+
+// Memory ran out before anything had happened: the next tick tries again.
+void KVTServerMessageOldProxy::returnOutgoing(NotifyStruct *entry)
+{
+    PackageBase *const package = entry->packe();
+    const bool isQueued = guarded([&] {
+        const QMutexLocker locker(&m_sendMutex);
+        m_sendList.prepend(entry);
+        m_sendCount = m_sendList.size();
+    });
+    if (isQueued)
+        return;
+    delete entry;
+    completeAsFailed(package);
 }
 
 void KVTServerMessageOldProxy::completeUnwritten(PackageBase *package)
@@ -76,6 +96,11 @@ void KVTServerMessageOldProxy::completeUnwritten(PackageBase *package)
         if (!m_requestList.removeOne(package))
             return; // taken by another thread meanwhile, who answers for it
     }
+    completeAsFailed(package);
+}
+
+void KVTServerMessageOldProxy::completeAsFailed(PackageBase *package)
+{
     if (package == nullptr)
         return;
     package->setCommResult(TarnEnum::WriteFailed);

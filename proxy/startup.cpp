@@ -1,9 +1,9 @@
 #include "KVTServerMessageOldProxy.h"
 
 #include "KsProxyTools.h"
+#include "Log.h"
 
 #include <QCoreApplication>
-#include <QDebug>
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QThread>
@@ -19,9 +19,9 @@ constexpr unsigned long SleepPerPassMs = 100;
 
 bool KVTServerMessageOldProxy::startServer(const QString &path)
 {
-    qDebug() << "KVTServerMessageOldProxy::startServer ";
+    Log::debug("KVTServerMessageOldProxy::startServer ");
     if (m_bConnected) {
-        qDebug() << "KVTServerMessageOldProxy server is already started!";
+        Log::debug("KVTServerMessageOldProxy server is already started!");
         return true;
     }
     QString serverPath = path;
@@ -39,14 +39,14 @@ bool KVTServerMessageOldProxy::startServer(const QString &path)
         if (!launched) {
             if (serverPath.isEmpty()) {
                 serverPath = KsProxyTools::getDefaultServerPath();
-                qCritical() << " [KVTServerMessageProxy] server path(from APP) is empty , default "
-                               "link path: "
-                            << serverPath;
+                Log::critical(" [KVTServerMessageProxy] server path(from APP) is empty , default "
+                              "link path: ",
+                              serverPath);
             }
             launched = true;
             if (!execStartKVTServer(serverPath)) {
                 // The words belong to the failed launch; a real time-out below says nothing.
-                qInfo() << " [KVTServerMessageProxy] server start timeout .";
+                Log::info(" [KVTServerMessageProxy] server start timeout .");
                 return false;
             }
         }
@@ -62,10 +62,10 @@ bool KVTServerMessageOldProxy::startServer(const QString &path)
 bool KVTServerMessageOldProxy::execStartKVTServer(const QString &path)
 {
     if (KsProxyTools::startProcess(path)) {
-        qInfo() << " [KVTServerMessageProxy] server start method was called ok!";
+        Log::info(" [KVTServerMessageProxy] server start method was called ok!");
         return true;
     }
-    qCritical() << " [KVTServerMessageProxy] execStartKVTServer error!  path : " << path;
+    Log::critical(" [KVTServerMessageProxy] execStartKVTServer error!  path : ", path);
     return false;
 }
 
@@ -79,6 +79,6 @@ bool KVTServerMessageOldProxy::isServerProcessRunning()
 {
     if (m_pMsgClient == nullptr)
         return false;
-    qCritical() << "KVTServerMessageOldProxy::isServerProcessRunning not support";
+    Log::critical("KVTServerMessageOldProxy::isServerProcessRunning not support");
     return false;
 }

@@ -14,6 +14,7 @@
 #include <QTest>
 
 #include <memory>
+#include <new>
 #include <stdexcept>
 
 namespace {
@@ -41,6 +42,8 @@ class tst_ProxyHandlers : public QObject
 private Q_SLOTS:
     void mayThrowAText();
     void passOnWhatElseTheyThrow();
+    void passOnThatTheyRunOutOfMemory_data();
+    void passOnThatTheyRunOutOfMemory();
     void mayKeepTheReply();
     void mayReleaseTheRequestLater();
     void mayDeleteTheRequest();
@@ -92,6 +95,30 @@ void tst_ProxyHandlers::passOnWhatElseTheyThrow()
     QCOMPARE(TestAccess::notifyList(*proxy).size(), 1);
     proxy->NotifyThreadFun(false);
     QCOMPARE(completions, 1);
+}
+
+void tst_ProxyHandlers::passOnThatTheyRunOutOfMemory_data()
+{
+    QTest::addColumn<bool>("isAnswered");
+    QTest::newRow("of a reply") << true;
+    QTest::newRow("of a write that failed") << false;
+}
+
+void tst_ProxyHandlers::passOnThatTheyRunOutOfMemory()
+{
+    QFETCH(bool, isAnswered);
+    const TestProxy proxy;
+    const Request throwing(isAnswered ? answeredRequest(proxy) : new PackageRequestReadData);
+    if (!isAnswered) {
+        proxy->creatMsgClient();
+        QVERIFY(proxy->SendPackageMessage(throwing.get()));
+    }
+    throwing->setCompletionHandler([](void *, PackageBase *) { throw std::bad_alloc(); });
+    const LogCapture log;
+    QVERIFY_EXCEPTION_THROWN(
+        isAnswered ? proxy->NotifyThreadFun(false) : proxy->SendThreadFun(false), std::bad_alloc);
+    QVERIFY(log.lines().isEmpty());
+    QVERIFY(TestAccess::requestList(*proxy).isEmpty());
 }
 
 void tst_ProxyHandlers::mayKeepTheReply()

@@ -1,10 +1,11 @@
 #include "MsgSocketClient.h"
 
 #include "FrameCodec.h"
+#include "Guarded.h"
 
-#include <QDebug>
 #include <QLocalSocket>
-#include <QPointer>
+
+#include <memory>
 
 namespace {
 
@@ -17,14 +18,15 @@ constexpr qint64 BytesPerRead = 65536;
 } // namespace
 
 MsgSocketClient::MsgSocketClient()
-    : m_socket(new QLocalSocket)
 {
-    connect(m_socket, &QIODevice::readyRead, this, &MsgSocketClient::readyRead);
+    auto socket = std::make_unique<QLocalSocket>();
+    connect(socket.get(), &QIODevice::readyRead, this, &MsgSocketClient::readyRead);
+    m_socket = socket.release();
 }
 
 MsgSocketClient::~MsgSocketClient()
 {
-    disconnectFromServer();
+    guarded([this] { disconnectFromServer(); });
     // A receiver may delete this client from inside the socket's own signal, which still stands on
     // the socket when it returns.
     if (m_readDepth > 0)
@@ -41,18 +43,25 @@ bool MsgSocketClient::connectServer()
     // Open, not connected, is what counts: a proxy whose server went away is not connected anew.
     if (m_socket->isOpen())
         return true;
-    disconnectFromServer();
-    m_socket->connectToServer(ServerName, QIODevice::ReadWrite);
-    if (m_socket->waitForConnected(ConnectTimeoutMs)) {
-        qDebug() << "connect server ok";
+    if (guarded([this] { return openConnection(); }, false))
         return true;
-    }
-    qDebug() << "connect server error!" << m_socket->errorString();
     // Both: an attempt that is still under way would connect later by itself, and keep its
     // descriptor.
-    m_socket->abort();
-    m_socket->close();
+    guarded([this] { m_socket->abort(); });
+    guarded([this] { m_socket->close(); });
     return false;
+}
+
+bool MsgSocketClient::openConnection()
+{
+    disconnectFromServer();
+    m_socket->connectToServer(ServerName, QIODevice::ReadWrite);
+    const bool isConnected = m_socket->waitForConnected(ConnectTimeoutMs);
+    if (isConnected)
+        Log::debug("connect server ok");
+    else
+        Log::debug("connect server error!", m_socket->errorString());
+    return isConnected;
 }
 
 bool MsgSocketClient::disconnectFromServer()
@@ -73,7 +82,19 @@ bool MsgSocketClient::SendData(const QByteArray &data)
 {
     if (m_socket == nullptr || m_socket->state() != QLocalSocket::ConnectedState)
         return false;
-    return m_socket->write(FrameCodec::encode(data)) != -1;
+    const qint64 waiting = m_socket->bytesToWrite();
+    bool isTaken = false;
+    guardedTwice([&] {
+        // Memory may also have run out when the socket had the frame already, but not yet the means
+        // to be told when it can be written.
+        if (m_socket->bytesToWrite() > waiting) {
+            isTaken = true;
+            m_socket->flush();
+        } else {
+            isTaken = m_socket->write(FrameCodec::encode(data)) != -1;
+        }
+    });
+    return isTaken;
 }
 
 // Later: this may be called from inside the socket's own signal.
@@ -87,8 +108,11 @@ void MsgSocketClient::abandon()
         if (socket->state() == QLocalSocket::UnconnectedState)
             socket->close(); // with its buffers, tens of kilobytes
     };
-    connect(m_socket, &QLocalSocket::disconnected, m_socket, closeWhenGone, Qt::QueuedConnection);
-    QMetaObject::invokeMethod(m_socket, closeWhenGone, Qt::QueuedConnection);
+    guarded([&] { // without memory the buffers stay
+        connect(m_socket, &QLocalSocket::disconnected, m_socket, closeWhenGone,
+                Qt::QueuedConnection);
+        QMetaObject::invokeMethod(m_socket, closeWhenGone, Qt::QueuedConnection);
+    });
 }
 
 void MsgSocketClient::readyRead()
@@ -100,12 +124,21 @@ void MsgSocketClient::readyRead()
         return;
     }
     ++m_readDepth;
-    // Until nothing is left: Qt does not announce what arrives while a receiver runs an event loop.
+    bool isAlive = true;
+    guardedTwice([this, &isAlive] { isAlive = readAll(); });
+    if (isAlive)
+        --m_readDepth;
+}
+
+// False when a receiver deleted this client. Until nothing is left: Qt does not announce what
+// arrives while a receiver runs an event loop.
+bool MsgSocketClient::readAll()
+{
     do {
         if (!emitCompleteFrames())
-            return;
+            return false;
     } while (!m_isAbandoned && readPiece());
-    --m_readDepth;
+    return true;
 }
 
 // Straight from the socket to where the frames are cut; false when there is nothing.

@@ -4,6 +4,7 @@
 #include "FrameReader.h"
 
 #include <QObject>
+#include <QPointer>
 
 class QLocalSocket;
 
@@ -55,10 +56,13 @@ private:
     friend class TestAccess;
 
     bool readPiece();
+    bool openConnection();
+    bool readAll();
     bool emitCompleteFrames();
 
-    QLocalSocket *m_socket;
+    QLocalSocket *m_socket = nullptr;
     FrameReader m_reader;
+    const QPointer<MsgSocketClient> m_self{this}; // with it, further ones need no memory
     int m_readDepth = 0; // calls of readyRead that have not returned
     bool m_isAbandoned = false;
 };

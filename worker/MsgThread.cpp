@@ -1,5 +1,7 @@
 #include "MsgThread.h"
 
+#include "Guarded.h"
+
 #include <QCoreApplication>
 
 #include <cstring>
@@ -43,7 +45,8 @@ MsgThread::~MsgThread()
 
 void MsgThread::run()
 {
-    Q_EMIT begionRunEvent();
+    // A beat for which there is no memory is left out.
+    guarded([this] { Q_EMIT begionRunEvent(); });
     while (!stop()) {
         if (m_runner != nullptr) {
             // No pause and no events: a runner paces itself.
@@ -51,14 +54,14 @@ void MsgThread::run()
                 callFirstOperation(runnable);
             continue;
         }
-        Q_EMIT doInfo(false);
+        guarded([this] { Q_EMIT doInfo(false); });
         if (stop())
             break;
         // Widened with its sign, so a negative interval becomes an enormous sleep.
         msleep(static_cast<unsigned long>(static_cast<long>(interval())));
         QCoreApplication::processEvents();
     }
-    Q_EMIT endRunEvent();
+    guarded([this] { Q_EMIT endRunEvent(); });
 }
 
 bool MsgThread::stop()

@@ -5,8 +5,8 @@
 
 #include <QString>
 
-/// Handling of the device-server process. All operations may be called from any thread, log
-/// nothing and throw nothing.
+/// Handling of the device-server process. All operations may be called from any thread and throw
+/// nothing. They log nothing but "out of memory" when that makes them fail.
 class KSPROXYCLIENT_EXPORT KsProxyTools
 {
 public:

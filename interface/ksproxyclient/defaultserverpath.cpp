@@ -1,10 +1,15 @@
 #include "KsProxyTools.h"
 
+#include "Guarded.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 #include <dlfcn.h>
+
+#include <cstdlib>
+#include <memory>
 
 namespace {
 
@@ -16,12 +21,12 @@ QDir libraryFolder()
     Dl_info info{};
     if (dladdr(&addressInThisLibrary, &info) == 0)
         return QDir();
-    return QFileInfo(QFileInfo(QFile::decodeName(info.dli_fname)).canonicalFilePath()).dir();
+    // Not QFileInfo::canonicalFilePath, which loses what it has when memory runs out.
+    const std::unique_ptr<char, void (*)(void *)> file(realpath(info.dli_fname, nullptr), free);
+    return QFileInfo(QFile::decodeName(file.get())).dir();
 }
 
-} // namespace
-
-QString KsProxyTools::getDefaultServerPath()
+QString serverBesideLibrary()
 {
     const QDir folder = libraryFolder();
     // From lib/ and, where libraries lie one folder deeper, from lib/<architecture>/.
@@ -30,4 +35,11 @@ QString KsProxyTools::getDefaultServerPath()
     const QString fromDeeper
         = QDir::cleanPath(folder.filePath(QStringLiteral("../../bin/KVTServerMaster")));
     return !QFileInfo::exists(fromLib) && QFileInfo::exists(fromDeeper) ? fromDeeper : fromLib;
+}
+
+} // namespace
+
+QString KsProxyTools::getDefaultServerPath()
+{
+    return guarded(serverBesideLibrary, QString());
 }

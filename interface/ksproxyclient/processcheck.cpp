@@ -1,5 +1,7 @@
 #include "KsProxyTools.h"
 
+#include "Guarded.h"
+
 #include <QFile>
 
 #include <dirent.h>
@@ -83,9 +85,7 @@ bool isProcessNamed(const QByteArray &processFolder, const QByteArray &name)
     return kernelName.size() < KernelNameLength || isNamedInFull(name, kernelName, processFolder);
 }
 
-} // namespace
-
-bool KsProxyTools::checkProcessRunning(const QString &name, unsigned long long &pid)
+bool findProcess(const QString &name, unsigned long long *pid)
 {
     const QByteArray wanted = QFile::encodeName(name);
     const DirectoryHandle directory(opendir("/proc"), closedir);
@@ -95,9 +95,16 @@ bool KsProxyTools::checkProcessRunning(const QString &name, unsigned long long &
         bool isNumber = false;
         const qulonglong number = QByteArray(entry->d_name).toULongLong(&isNumber);
         if (isNumber && isProcessNamed(QByteArray("/proc/") + entry->d_name, wanted)) {
-            pid = number;
+            *pid = number;
             return true;
         }
     }
     return false;
+}
+
+} // namespace
+
+bool KsProxyTools::checkProcessRunning(const QString &name, unsigned long long &pid)
+{
+    return guarded([&] { return findProcess(name, &pid); }, false);
 }

@@ -1,5 +1,7 @@
 #include "KsProxyTools.h"
 
+#include "Guarded.h"
+
 #include <QFile>
 
 #include <fcntl.h>
@@ -14,11 +16,15 @@ namespace {
 // Everything below up to startProcess runs between fork and exec, where only what signal-safety(7)
 // lists may be called.
 
+// Several times: an end that stays unsaid would count as a start.
 [[noreturn]] void fail(int report)
 {
     const int error = errno;
-    const ssize_t written = write(report, &error, sizeof error);
-    _exit(written == sizeof error ? 1 : 2);
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        if (write(report, &error, sizeof error) == sizeof error)
+            _exit(1);
+    }
+    _exit(2);
 }
 
 void restoreSignals()
@@ -85,11 +91,8 @@ bool isReportEmpty(int report)
     return count == 0;
 }
 
-} // namespace
-
-bool KsProxyTools::startProcess(const QString &path)
+bool start(const QByteArray &file)
 {
-    const QByteArray file = QFile::encodeName(path);
     if (file.contains('\0'))
         return false; // the system would take what stands before it for the name
     int report[2];
@@ -106,4 +109,11 @@ bool KsProxyTools::startProcess(const QString &path)
     }
     close(report[0]);
     return started;
+}
+
+} // namespace
+
+bool KsProxyTools::startProcess(const QString &path)
+{
+    return guarded([&path] { return start(QFile::encodeName(path)); }, false);
 }

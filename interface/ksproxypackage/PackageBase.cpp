@@ -1,5 +1,6 @@
 #include "PackageBase.h"
 
+#include "Guarded.h"
 #include "PackageByteForm.h"
 #include "PackageFields.h"
 #include "PackageTextForm.h"
@@ -45,7 +46,8 @@ PackageBase &PackageBase::operator=(const PackageBase &other)
 
 PackageBase::~PackageBase()
 {
-    releaseReply();
+    if (!releaseReply())
+        delete m_reply; // without memory for a later deletion, at once
 }
 
 quint16 PackageBase::getHighAddr() const
@@ -237,8 +239,10 @@ void PackageBase::setCompletionHandler(CompletionHandler handler)
 void PackageBase::CompleteRequestEvent(void *sender, PackageBase *reply)
 {
     if (reply != this && reply != m_reply) {
-        releaseReply();
-        m_reply = reply;
+        QPointer<PackageBase> adopted(reply);
+        if (!releaseReply())
+            delete m_reply;
+        m_reply.swap(adopted);
     }
     // Taken out before the call: the handler may set the next one, or delete this package.
     const CompletionHandler handler = std::exchange(m_completionHandler, nullptr);
@@ -269,9 +273,11 @@ const PackageFields &PackageBase::fields() const
     return *m_fields;
 }
 
-void PackageBase::releaseReply()
+// False when memory runs out: the reply is still adopted then.
+bool PackageBase::releaseReply()
 {
-    if (m_reply)
-        m_reply->deleteLater();
+    if (m_reply && !guarded([this] { m_reply->deleteLater(); }))
+        return false;
     m_reply.clear();
+    return true;
 }

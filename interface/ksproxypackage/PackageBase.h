@@ -148,7 +148,7 @@ protected:
     const PackageFields &fields() const;
 
 private:
-    void releaseReply();
+    bool releaseReply();
 
     const std::unique_ptr<PackageFields> m_fields;
     CompletionHandler m_completionHandler;

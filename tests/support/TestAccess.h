@@ -3,6 +3,8 @@
 
 #include "KVTServerMessageOldProxy.h"
 #include "MsgSocketClient.h"
+#include "NotifyStruct.h"
+#include "PackageBase.h"
 
 /// What tests see of the inside of the proxy and its socket client.
 class TestAccess
@@ -13,11 +15,11 @@ public:
     // As the library itself queues them.
     static void appendOutgoing(Proxy &proxy, NotifyStruct *entry)
     {
-        proxy.enqueueOutgoing(entry);
+        proxy.enqueueOutgoing(std::unique_ptr<NotifyStruct>(entry));
     }
     static void appendNotification(Proxy &proxy, NotifyStruct *item)
     {
-        proxy.enqueueNotification(item);
+        proxy.enqueueNotification(std::unique_ptr<NotifyStruct>(item));
     }
 
     static NotifyStruct *takeNotification(Proxy &proxy)
