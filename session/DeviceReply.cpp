@@ -1,6 +1,7 @@
 #include "DeviceReply.h"
 
 #include "DeviceReplyPrivate.h"
+#include "Guarded.h"
 #include "OwnThread.h"
 
 DeviceReply::DeviceReply(QObject *parent)
@@ -60,5 +61,9 @@ qint64 DeviceReply::elapsed() const
 void DeviceReply::abort()
 {
     if (OwnThread::isCallers(d.get(), "DeviceReply::abort"))
-        d->settle({SessionError::Code::Aborted, tr("The request was aborted.")});
+        d->settle(guarded(
+            [] {
+                return SessionError(SessionError::Code::Aborted, tr("The request was aborted."));
+            },
+            SessionError::outOfMemory()));
 }

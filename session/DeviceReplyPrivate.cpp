@@ -1,12 +1,17 @@
 #include "DeviceReplyPrivate.h"
 
 #include "DeviceReply.h"
+#include "Later.h"
+
+#include <memory>
 
 DeviceReply *DeviceReplyPrivate::create(const EquipmentAddress &address, QObject *parent)
 {
-    auto *const reply = new DeviceReply(parent);
+    // The parent afterwards: without memory for it, Qt's constructor spoils what its thread keeps.
+    std::unique_ptr<DeviceReply> reply(new DeviceReply(nullptr));
     reply->d->m_address = address;
-    return reply;
+    reply->setParent(parent);
+    return reply.release();
 }
 
 DeviceReplyPrivate *DeviceReplyPrivate::of(DeviceReply *reply)
@@ -25,7 +30,7 @@ DeviceReplyPrivate::DeviceReplyPrivate(DeviceReply *reply)
 
 void DeviceReplyPrivate::startTimeout(int milliseconds)
 {
-    m_timeout.start(milliseconds);
+    Later::start(&m_timeout, milliseconds);
 }
 
 void DeviceReplyPrivate::setSerialNumber(quint64 serialNumber)
@@ -40,9 +45,9 @@ void DeviceReplyPrivate::settle(const SessionError &error, const QByteArray &dat
     m_error = error;
     m_data = data;
     giveUp();
-    // Bound to the reply: nothing comes when it is deleted first.
-    QMetaObject::invokeMethod(
-        m_reply, [this] { finish(); }, Qt::QueuedConnection);
+    // Bound to the reply: nothing comes when it is deleted first. Without memory for the signal the
+    // outcome can be asked for all the same.
+    m_isFinished = !Later::call(m_reply, [this] { finish(); });
 }
 
 void DeviceReplyPrivate::giveUp()
@@ -92,8 +97,13 @@ qint64 DeviceReplyPrivate::elapsed() const
 
 void DeviceReplyPrivate::timeOut()
 {
-    settle({SessionError::Code::TimedOut,
-            tr("No reply of \"%1\" within %2 ms.").arg(m_address.key).arg(m_timeout.interval())});
+    SessionError error = SessionError::outOfMemory();
+    guarded([&] {
+        error
+            = {SessionError::Code::TimedOut,
+               tr("No reply of \"%1\" within %2 ms.").arg(m_address.key).arg(m_timeout.interval())};
+    });
+    settle(error);
 }
 
 void DeviceReplyPrivate::finish()

@@ -1,6 +1,7 @@
 #include "DeviceSession.h"
 
 #include "DeviceReplyPrivate.h"
+#include "Guarded.h"
 #include "KVTServerMessageOldProxy.h"
 #include "OwnThread.h"
 #include "SessionCore.h"
@@ -11,8 +12,10 @@ namespace {
 // Belongs to the calling thread, since the session's may not be touched from there.
 DeviceReply *refusedReply(const EquipmentAddress &address)
 {
-    DeviceReply *const reply = DeviceReplyPrivate::create(address, nullptr);
-    DeviceReplyPrivate::of(reply)->settle(OwnThread::error());
+    DeviceReply *const reply = guarded([&] { return DeviceReplyPrivate::create(address, nullptr); },
+                                       static_cast<DeviceReply *>(nullptr));
+    if (reply != nullptr)
+        DeviceReplyPrivate::of(reply)->settle(OwnThread::error());
     return reply;
 }
 
@@ -30,7 +33,8 @@ DeviceSession::~DeviceSession() = default;
 
 bool DeviceSession::open(const SessionOptions &options)
 {
-    return OwnThread::isCallers(m_core.get(), "DeviceSession::open") && m_core->open(options);
+    return OwnThread::isCallers(m_core.get(), "DeviceSession::open")
+        && m_core->attemptTo([&] { return m_core->open(options); });
 }
 
 void DeviceSession::close()
@@ -85,16 +89,17 @@ bool DeviceSession::connectController(const QString &name)
     if (!OwnThread::isCallers(m_core.get(), "DeviceSession::connectController"))
         return false;
     if (name.isEmpty())
-        return m_core->refuse(
-            {SessionError::Code::InvalidArgument, tr("The name of the controller is empty.")});
+        return m_core->refuse(SessionError::Code::InvalidArgument,
+                              QT_TR_NOOP("The name of the controller is empty."));
     return m_core->command(
-        [name](KVTServerMessageOldProxy *proxy) { proxy->ConnectController(name); });
+        [name](KVTServerMessageOldProxy *proxy) { return proxy->ConnectController(name); });
 }
 
 bool DeviceSession::connectAllControllers()
 {
     return OwnThread::isCallers(m_core.get(), "DeviceSession::connectAllControllers")
-        && m_core->command([](KVTServerMessageOldProxy *proxy) { proxy->ConnectController(); });
+        && m_core->command(
+            [](KVTServerMessageOldProxy *proxy) { return proxy->ConnectController(); });
 }
 
 bool DeviceSession::cancelRequests(const QString &key)
@@ -102,16 +107,17 @@ bool DeviceSession::cancelRequests(const QString &key)
     if (!OwnThread::isCallers(m_core.get(), "DeviceSession::cancelRequests"))
         return false;
     if (key.isEmpty())
-        return m_core->refuse(
-            {SessionError::Code::InvalidArgument, tr("The connection key is empty.")});
+        return m_core->refuse(SessionError::Code::InvalidArgument,
+                              QT_TR_NOOP("The connection key is empty."));
     return m_core->command(
-        [key](KVTServerMessageOldProxy *proxy) { proxy->CancelServerSend(key); });
+        [key](KVTServerMessageOldProxy *proxy) { return proxy->CancelServerSend(key); });
 }
 
 bool DeviceSession::cancelAllRequests()
 {
     return OwnThread::isCallers(m_core.get(), "DeviceSession::cancelAllRequests")
-        && m_core->command([](KVTServerMessageOldProxy *proxy) { proxy->CancelServerAllSend(); });
+        && m_core->command(
+            [](KVTServerMessageOldProxy *proxy) { return proxy->CancelServerAllSend(); });
 }
 
 bool DeviceSession::sendOrder(const QByteArray &order)
@@ -120,7 +126,7 @@ bool DeviceSession::sendOrder(const QByteArray &order)
         && m_core->command([order](KVTServerMessageOldProxy *proxy) {
                SpecialPackageRequest request;
                request.setOrder(order);
-               proxy->SendRequestOrder(&request);
+               return proxy->SendRequestOrder(&request);
            });
 }
 
@@ -128,5 +134,5 @@ bool DeviceSession::setAutoConnect(bool on)
 {
     return OwnThread::isCallers(m_core.get(), "DeviceSession::setAutoConnect")
         && m_core->command(
-            [on](KVTServerMessageOldProxy *proxy) { proxy->SetAutoConnectSwitch(on); });
+            [on](KVTServerMessageOldProxy *proxy) { return proxy->SetAutoConnectSwitch(on); });
 }

@@ -24,9 +24,10 @@ class SessionCore;
 /// thread it was made on, the application's, whose event loop must run; a call from another thread
 /// is refused with a log line and an error. All signals come from the event loop, in the order of
 /// what happened, never from inside a call; a slot may do anything, also delete the session.
-/// Errors are values; nothing is thrown. What happens is logged under the category
-/// "ksproxy.session": refused calls as warnings, everything else at debug level, which is off until
-/// a logging rule such as "ksproxy.session.debug=true" switches it on.
+/// Errors are values; nothing is thrown. `read` and `write` return null when memory runs out. What
+/// happens is logged under the category "ksproxy.session": refused calls as warnings, everything
+/// else at debug level, which is off until a logging rule such as "ksproxy.session.debug=true"
+/// switches it on.
 ///
 /// \code
 /// DeviceSession session;

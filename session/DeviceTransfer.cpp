@@ -53,20 +53,22 @@ void DeviceTransfer::setVerifying(bool on)
 void DeviceTransfer::read(const EquipmentAddress &address, int length)
 {
     if (OwnThread::isCallers(d.get(), "DeviceTransfer::read") && d->isIdle("DeviceTransfer::read"))
-        d->startReading(address, length);
+        d->guardedWork([&] { d->startReading(address, length); });
 }
 
 void DeviceTransfer::write(const EquipmentAddress &address, const QByteArray &data)
 {
     if (OwnThread::isCallers(d.get(), "DeviceTransfer::write")
         && d->isIdle("DeviceTransfer::write"))
-        d->start(Phase::Writing, address, data);
+        d->guardedWork([&] { d->start(Phase::Writing, address, data); });
 }
 
 void DeviceTransfer::abort()
 {
     if (OwnThread::isCallers(d.get(), "DeviceTransfer::abort"))
-        d->end({SessionError::Code::Aborted, tr("The transfer was aborted.")});
+        d->guardedWork([this] {
+            d->end({SessionError::Code::Aborted, tr("The transfer was aborted.")});
+        });
 }
 
 bool DeviceTransfer::isFinished() const
@@ -92,8 +94,9 @@ SessionError DeviceTransfer::sessionError() const
 
 QByteArray DeviceTransfer::data() const
 {
-    return OwnThread::isCallers(d.get(), "DeviceTransfer::data") ? d->data.left(d->transferredBytes)
-                                                                 : QByteArray();
+    if (!OwnThread::isCallers(d.get(), "DeviceTransfer::data"))
+        return QByteArray();
+    return guarded([this] { return d->data.left(d->transferredBytes); }, QByteArray());
 }
 
 int DeviceTransfer::transferredBytes() const

@@ -1,9 +1,12 @@
 #include "DeviceTransferPrivate.h"
 
 #include "DeviceReply.h"
+#include "Later.h"
 #include "SessionLog.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 
 DeviceTransferPrivate::DeviceTransferPrivate(DeviceTransfer *transfer, DeviceSession *session)
     : m_transfer(transfer)
@@ -23,7 +26,7 @@ bool DeviceTransferPrivate::isIdle(const char *operation) const
 {
     if (phase == Phase::Idle && !isFinished)
         return true;
-    qCWarning(sessionLog, "%s refused: the transfer has been started", operation);
+    SessionLog::warning(operation, "refused: the transfer has been started");
     return false;
 }
 
@@ -43,6 +46,7 @@ void DeviceTransferPrivate::start(Phase firstPhase, const EquipmentAddress &addr
 
 void DeviceTransferPrivate::startReading(const EquipmentAddress &address, int length)
 {
+    phase = Phase::Reading; // already, so that it ends when there is no memory for so much
     const bool isAllowed = length > 0 && length <= DeviceTransfer::MaxBytes;
     start(Phase::Reading, address, QByteArray(isAllowed ? length : 0, '\0'));
 }
@@ -74,13 +78,12 @@ void DeviceTransferPrivate::end(const SessionError &reason)
     if (phase == Phase::Idle || phase == Phase::Ended)
         return;
     if (phase == Phase::Reading)
-        data.truncate(transferredBytes);
+        guarded([this] { data.truncate(transferredBytes); });
     phase = Phase::Ended;
     error = reason;
     qDeleteAll(std::exchange(m_underWay, {}));
     // Bound to the transfer: nothing comes when it is deleted first.
-    QMetaObject::invokeMethod(
-        m_transfer, [this] { finish(); }, Qt::QueuedConnection);
+    isFinished = !Later::call(m_transfer, [this] { finish(); });
 }
 
 void DeviceTransferPrivate::finish()
@@ -100,15 +103,19 @@ void DeviceTransferPrivate::sendChunk(int chunk)
     DeviceReply *const reply = phase == Phase::Writing
         ? m_session->write(addressOf(chunk), data.mid(offsetOf(chunk), sizeOf(chunk)), timeoutMs)
         : m_session->read(addressOf(chunk), sizeOf(chunk), timeoutMs);
-    m_underWay.insert(chunk, reply);
+    if (reply == nullptr)
+        throw std::bad_alloc();
+    std::unique_ptr<DeviceReply> owner(reply);
     connect(reply, &DeviceReply::finished, this,
-            [this, chunk, reply] { receiveChunk(chunk, reply); });
+            [this, chunk, reply] { guardedWork([&] { receiveChunk(chunk, reply); }); });
+    m_underWay.insert(chunk, reply);
+    static_cast<void>(owner.release());
 }
 
 void DeviceTransferPrivate::receiveChunk(int chunk, DeviceReply *reply)
 {
     m_underWay.remove(chunk);
-    reply->deleteLater();
+    guardedTwice([reply] { reply->deleteLater(); }); // or it goes with the session
     const SessionError problem = store(chunk, *reply);
     if (problem) {
         end(problem);

@@ -3,6 +3,7 @@
 
 #include "DeviceSession.h"
 #include "DeviceTransfer.h"
+#include "Guarded.h"
 
 #include <QHash>
 #include <QObject>
@@ -26,6 +27,14 @@ public:
     /// The same for reading; a length that is refused gets no room.
     void startReading(const EquipmentAddress &address, int length);
     void end(const SessionError &error);
+
+    /// Does something of the transfer, and ends it when memory runs out.
+    template <typename Work>
+    void guardedWork(const Work &work)
+    {
+        if (!guarded(work))
+            end(SessionError::outOfMemory());
+    }
 
     /// False, with a log line, once it has been started.
     bool isIdle(const char *operation) const;

@@ -2,10 +2,13 @@
 
 #include "DeviceReplyPrivate.h"
 
+#include <utility>
+
 void OutstandingReplies::add(DeviceReplyPrivate *reply)
 {
-    m_replies.insert(reply);
+    // In this order: what is entered is sure to be taken out.
     connect(reply, &DeviceReplyPrivate::settled, this, [this, reply] { remove(reply); });
+    m_replies.insert(reply);
 }
 
 void OutstandingReplies::setSerialNumber(DeviceReplyPrivate *reply, quint64 serialNumber)
@@ -21,7 +24,8 @@ DeviceReplyPrivate *OutstandingReplies::find(quint64 serialNumber) const
 
 void OutstandingReplies::settleAll(const SessionError &error)
 {
-    const QSet<DeviceReplyPrivate *> replies = m_replies;
+    // Taken out as a whole: to remove one by one from what is being walked would need memory.
+    const QSet<DeviceReplyPrivate *> replies = std::exchange(m_replies, {});
     for (DeviceReplyPrivate *const reply : replies)
         reply->settle(error);
 }

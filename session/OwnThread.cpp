@@ -1,5 +1,6 @@
 #include "OwnThread.h"
 
+#include "Guarded.h"
 #include "SessionLog.h"
 
 #include <QObject>
@@ -9,12 +10,17 @@ bool OwnThread::isCallers(const QObject *object, const char *operation)
 {
     if (QThread::currentThread() == object->thread())
         return true;
-    qCWarning(sessionLog, "%s refused: called from another thread than the object's", operation);
+    SessionLog::warning(operation, "refused: called from another thread than the object's");
     return false;
 }
 
 SessionError OwnThread::error()
 {
-    return {SessionError::Code::WrongThread,
-            QObject::tr("The session was called from another thread than its own.")};
+    return guarded(
+        [] {
+            return SessionError(
+                SessionError::Code::WrongThread,
+                QObject::tr("The session was called from another thread than its own."));
+        },
+        SessionError::outOfMemory());
 }

@@ -1,5 +1,7 @@
 #include "SendPacer.h"
 
+#include "Later.h"
+
 #include <utility>
 
 namespace {
@@ -42,7 +44,8 @@ void SendPacer::goOn()
             m_earliestNs = qMax(m_earliestNs, m_clock.nsecsElapsed()) + IntervalNs;
     }
     if (!m_turns.empty())
-        m_timer.start(qMax(0, static_cast<int>(waitNs() / NsPerMs)) + 1);
+        guardedTwice(
+            [this] { Later::start(&m_timer, qMax(0, static_cast<int>(waitNs() / NsPerMs)) + 1); });
 }
 
 qint64 SendPacer::waitNs() const

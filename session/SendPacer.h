@@ -15,7 +15,8 @@ class SendPacer : public QObject
     Q_OBJECT
 
 public:
-    /// Sends something; false when it has been withdrawn and nothing is sent.
+    /// Sends something; false when it has been withdrawn and nothing is sent. It keeps to itself
+    /// that memory has run out.
     using Turn = std::function<bool()>;
 
     /// \a isHeldUp tells whether the proxy has not yet sent what it was given: its own pace is

@@ -1,6 +1,7 @@
 #include "ServerLink.h"
 
 #include "KVTServerMessageOldProxy.h"
+#include "Later.h"
 #include "SpareProxies.h"
 
 #include <QCoreApplication>
@@ -42,8 +43,10 @@ ServerLink::ServerLink(int silenceLimitMs)
 {
     if (!m_isSecondHand)
         m_proxy = SpareProxies::makeNew();
-    connectProxy();
-    connect(&m_watch, &QTimer::timeout, this, &ServerLink::watch);
+    if (!guarded([this] { connectProxy(); })) {
+        delete m_proxy;
+        throw std::bad_alloc();
+    }
     m_sinceProbe.start();
     m_sinceAnswer.start();
 }
@@ -59,26 +62,31 @@ ServerLink::~ServerLink()
 
 void ServerLink::connectProxy()
 {
+    connect(&m_watch, &QTimer::timeout, this, [this] { guardedWork([this] { watch(); }); });
     connect(m_proxy, &IKVTServerBaseProxy::NotifyRegisterErrEvent, this,
             [this] { m_hasRegisterError = true; });
     connect(m_proxy, &IKVTServerBaseProxy::EquipmentChangeEvent, this, [this] {
-        markTableAgain();
-        emitInTurn([this] { Q_EMIT tableReplaced(); });
+        guardedWork([this] {
+            markTableAgain();
+            emitInTurn([this] { Q_EMIT tableReplaced(); });
+        });
     });
     connect(m_proxy, &IKVTServerBaseProxy::CompleteConnectAllController, this, [this] {
-        markTableAgain();
+        guardedWork([this] { markTableAgain(); });
         Q_EMIT tableReplaced();
         Q_EMIT allControllersConnected();
     });
     connect(m_proxy, &IKVTServerBaseProxy::BeginConnectEquipment, this,
             [this](void *, const ConnectEquipmentEventArgs &args) {
-                emitInTurn([this, port = args.portNam()] { Q_EMIT connectionBeginning(port); });
+                guardedWork([&] {
+                    emitInTurn([this, port = args.portNam()] { Q_EMIT connectionBeginning(port); });
+                });
             });
     connect(m_proxy, &IKVTServerBaseProxy::BeginConnectAllController, this,
             &ServerLink::allControllersConnecting);
     connect(m_proxy, &IKVTServerBaseProxy::CallBackBroadcastRecvedReplyEvent, this,
             [this](void *, const CompletePackageRequestEventArgs &args) {
-                receiveBroadcast(*args.request());
+                guardedWork([&] { receiveBroadcast(*args.request()); });
             });
 }
 
@@ -102,8 +110,8 @@ bool ServerLink::connectToServer()
     markTable();
     m_isFlagCleared = false;
     m_hasRegisterError = false;
-    m_watch.start(
-        AnswerPollMs); // already now: what the events below call may run a loop of its own
+    // Already now: what the events below call may run a loop of its own.
+    Later::start(&m_watch, AnswerPollMs);
     if (!m_proxy->Register(QString(), nullptr, QString()) && !m_hasConfirmed && isMarked()) {
         m_watch.stop();
         return false;
@@ -133,9 +141,14 @@ QMap<QString, EquipmentInfo> ServerLink::equipmentTable() const
     return m_proxy->equipmentTable();
 }
 
-void ServerLink::command(const std::function<void(KVTServerMessageOldProxy *)> &operation)
+void ServerLink::command(const Command &operation)
 {
-    operation(m_proxy);
+    const bool isQueued = guardedTwice([&] {
+        if (!operation(m_proxy) && m_proxy->isRegisted())
+            throw std::bad_alloc();
+    });
+    if (!isQueued)
+        Q_EMIT outOfMemory();
 }
 
 void ServerLink::watch()
@@ -155,7 +168,9 @@ void ServerLink::watch()
 // tells whether there was one.
 void ServerLink::markTable()
 {
-    m_proxy->setEquipmentTable({{Mark, EquipmentInfo()}});
+    QMap<QString, EquipmentInfo> table; // made of a list it would leak when memory runs out
+    table.insert(Mark, EquipmentInfo());
+    m_proxy->setEquipmentTable(table);
 }
 
 // A table that comes before the answer is none.
@@ -181,7 +196,7 @@ void ServerLink::lookForAnswer()
 {
     if (isMarked())
         return;
-    QMetaObject::invokeMethod(this, &ServerLink::concludeRegistration, Qt::QueuedConnection);
+    Later::call(this, [this] { guardedWork([this] { concludeRegistration(); }); });
 }
 
 void ServerLink::concludeRegistration()
@@ -198,7 +213,7 @@ void ServerLink::concludeRegistration()
     m_hasConfirmed = true;
     m_sinceAnswer.start(); // its first answer, however long the server has taken for it
     m_unansweredProbes = 0;
-    m_watch.start(WatchMs);
+    Later::start(&m_watch, WatchMs);
     addCatchers(1);
     Q_EMIT confirmed();
 }
@@ -237,7 +252,7 @@ void ServerLink::loseLater(const QString &reason)
         m_proxy->NotifyThreadFun(false); // replies that came before the end and wait for its tick
         Q_EMIT lost(reason);
     };
-    QMetaObject::invokeMethod(this, conclude, Qt::QueuedConnection);
+    Later::call(this, conclude);
 }
 
 void ServerLink::loseConnection(const QString &reason)

@@ -3,6 +3,7 @@
 
 #include "DeviceBroadcast.h"
 #include "EquipmentInfo.h"
+#include "Guarded.h"
 #include "TarnEnum.h"
 
 #include <QElapsedTimer>
@@ -12,6 +13,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <memory>
 
 class KVTServerMessageOldProxy;
 class PackageBase;
@@ -48,10 +50,11 @@ public:
     /// Whether the proxy has several packages that it has not sent yet.
     bool isHeldUp();
 
-    /// Takes over \a package and sends it; `answered` may follow.
-    void send(PackageBase *package);
+    /// Sends \a package; `answered` may follow. False when memory runs out.
+    bool send(std::unique_ptr<PackageBase> package);
     /// Gives the proxy a command, by one of its operations that refuse when not registered.
-    void command(const std::function<void(KVTServerMessageOldProxy *)> &operation);
+    using Command = std::function<bool(KVTServerMessageOldProxy *)>;
+    void command(const Command &operation);
 
 Q_SIGNALS:
     void confirmed();
@@ -60,6 +63,8 @@ Q_SIGNALS:
     void lost(const QString &reason);
     /// A reply to whichever request has that number.
     void answered(quint64 serialNumber, TarnEnum::CommResults result, const QByteArray &data);
+    /// In something that nobody asked for just now.
+    void outOfMemory();
     void tableReplaced();
     void connectionBeginning(const QString &port);
     void allControllersConnecting();
@@ -90,7 +95,14 @@ private:
     void loseLater(const QString &reason);
     void loseConnection(const QString &reason);
 
-    void handOver(PackageBase *package, Purpose purpose);
+    bool handOver(std::unique_ptr<PackageBase> package, Purpose purpose);
+    void answer(PackageBase *package, Purpose purpose, PackageBase *reply);
+    template <typename Work>
+    void guardedWork(const Work &work)
+    {
+        if (!guarded(work))
+            Q_EMIT outOfMemory();
+    }
     bool hasLeft(quint64 serialNumber) const;
     void complete(PackageBase *package, Purpose purpose, PackageBase *reply);
     void receiveBroadcast(const PackageBase &package);

@@ -36,19 +36,19 @@ bool ServerLink::hasLeft(quint64 serialNumber) const
     return m_proxy->MatchRequest(static_cast<unsigned int>(serialNumber)) != nullptr;
 }
 
-void ServerLink::send(PackageBase *package)
+bool ServerLink::send(std::unique_ptr<PackageBase> package)
 {
-    handOver(package, Purpose::Request);
+    return handOver(std::move(package), Purpose::Request);
 }
 
 // No equipment has the empty key, so the server answers at once and nothing else happens.
 void ServerLink::sendProbe()
 {
-    auto *const probe = new PackageRequestReadData;
+    auto probe = std::make_unique<PackageRequestReadData>();
     probe->setReadLength(1);
     m_sinceProbe.start();
-    ++m_unansweredProbes;
-    handOver(probe, Purpose::Probe);
+    if (handOver(std::move(probe), Purpose::Probe))
+        ++m_unansweredProbes;
 }
 
 // A reply that matches no request completes the oldest one. These requests are there to be it: they
@@ -58,25 +58,40 @@ void ServerLink::sendProbe()
 void ServerLink::addCatchers(int count)
 {
     m_proxy->setPackageType(TarnEnum::ByteArrayPackage);
-    for (; count > 0 && m_catchers < MostCatchers; --count, ++m_catchers)
-        handOver(new PackageBase, Purpose::Catcher);
+    guarded([&] { // without memory there are fewer
+        for (; count > 0 && m_catchers < MostCatchers; --count) {
+            if (handOver(std::make_unique<PackageBase>(), Purpose::Catcher))
+                ++m_catchers;
+        }
+    });
     m_proxy->setPackageType(TarnEnum::TextPackage);
 }
 
-void ServerLink::handOver(PackageBase *package, Purpose purpose)
+// False when memory runs out.
+bool ServerLink::handOver(std::unique_ptr<PackageBase> package, Purpose purpose)
 {
-    package->setParent(&m_packages);
-    package->setCompletionHandler([this, package, purpose](void *, PackageBase *reply) {
-        complete(package, purpose, reply);
-    });
-    m_unsent.enqueue(package->getSerialNum());
-    m_proxy->SendPackageMessage(package);
-    package->setData(QByteArray()); // it is encoded by now, and may never be answered
+    PackageBase *const sent = package.get();
+    sent->setParent(&m_packages);
+    sent->setCompletionHandler(
+        [this, sent, purpose](void *, PackageBase *reply) { complete(sent, purpose, reply); });
+    m_unsent.enqueue(sent->getSerialNum());
+    if (!m_proxy->SendPackageMessage(sent)) {
+        m_unsent.removeLast();
+        return false;
+    }
+    static_cast<void>(package.release());
+    sent->setData(QByteArray()); // it is encoded by now, and may never be answered
+    return true;
 }
 
 void ServerLink::complete(PackageBase *package, Purpose purpose, PackageBase *reply)
 {
-    package->deleteLater();
+    guardedWork([&] { answer(package, purpose, reply); });
+}
+
+void ServerLink::answer(PackageBase *package, Purpose purpose, PackageBase *reply)
+{
+    guardedTwice([package] { package->deleteLater(); }); // or it goes with this link
     while (m_unsent.contains(package->getSerialNum()))
         m_unsent.dequeue(); // and all before it, which left before
     if (reply == package) {
@@ -88,8 +103,8 @@ void ServerLink::complete(PackageBase *package, Purpose purpose, PackageBase *re
     if (purpose == Purpose::Catcher)
         --m_catchers;
     if (reply->getSerialNum() != package->getSerialNum()) {
-        qCDebug(sessionLog) << "a reply with the serial number" << reply->getSerialNum()
-                            << "completed the request" << package->getSerialNum();
+        SessionLog::debug("a reply with the serial number", reply->getSerialNum(),
+                          "completed the request", package->getSerialNum());
         addCatchers(1);
     }
     Q_EMIT answered(reply->getSerialNum(), reply->getCommResult(), reply->getData());

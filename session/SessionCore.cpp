@@ -1,6 +1,7 @@
 #include "SessionCore.h"
 
 #include "EquipmentTableChange.h"
+#include "Later.h"
 #include "ServerLink.h"
 #include "SessionLog.h"
 
@@ -15,9 +16,10 @@ SessionCore::SessionCore(DeviceSession *session)
     , m_pacer([this] { return m_link->isHeldUp(); })
 {
     m_attempt.setSingleShot(true);
-    connect(&m_attempt, &QTimer::timeout, this, &SessionCore::attempt);
+    connect(&m_attempt, &QTimer::timeout, this, guardedSlot(&SessionCore::attempt));
     m_registrationLimit.setSingleShot(true);
-    connect(&m_registrationLimit, &QTimer::timeout, this, &SessionCore::onRegistrationTimeout);
+    connect(&m_registrationLimit, &QTimer::timeout, this,
+            guardedSlot(&SessionCore::onRegistrationTimeout));
 }
 
 SessionCore::~SessionCore()
@@ -38,8 +40,8 @@ bool SessionCore::open(const SessionOptions &options)
     m_hasLaunched = false;
     m_isComingBack = false;
     m_startLimit.setRemainingTime(options.startTimeoutMs);
+    Later::start(&m_attempt, 0);
     setState(State::Connecting);
-    m_attempt.start(0);
     return true;
 }
 
@@ -48,7 +50,11 @@ void SessionCore::close()
     if (m_state == State::Closed)
         return;
     dropLink();
-    m_replies.settleAll({SessionError::Code::SessionClosed, tr("The session was closed.")});
+    m_replies.settleAll(guarded(
+        [] {
+            return SessionError(SessionError::Code::SessionClosed, tr("The session was closed."));
+        },
+        SessionError::outOfMemory()));
     m_equipmentTable.clear();
     m_serverVersion.clear();
     m_lastError = SessionError();
@@ -77,9 +83,29 @@ const QMap<QString, EquipmentInfo> &SessionCore::equipmentTable() const
 
 bool SessionCore::refuse(const SessionError &error)
 {
-    qCWarning(sessionLog).noquote() << "refused:" << error.text;
+    SessionLog::warning("refused:", SessionLog::Sentence{error.text});
     m_lastError = error;
     return false;
+}
+
+bool SessionCore::refuse(SessionError::Code code, const char *sentence)
+{
+    return attemptTo([&] { return refuse({code, DeviceSession::tr(sentence)}); });
+}
+
+// Not at once: what stands on the stack may be the link's.
+void SessionCore::giveUpLater()
+{
+    Later::call(this, [this] { guardedTwice([this] { giveUp(); }); });
+}
+
+void SessionCore::giveUp()
+{
+    const SessionError error = SessionError::outOfMemory();
+    if (m_state == State::Ready)
+        loseServer(error);
+    else if (m_state != State::Closed)
+        fail(error);
 }
 
 void SessionCore::fail(const SessionError &error)
@@ -97,7 +123,7 @@ void SessionCore::setState(State state)
     if (m_state == state)
         return;
     m_state = state;
-    qCDebug(sessionLog) << "state" << state;
+    SessionLog::debug("state", state);
     announce([this, state] { Q_EMIT m_session->stateChanged(state); });
 }
 
@@ -111,8 +137,8 @@ void SessionCore::adoptTable()
     m_equipmentTable = table;
     if (change.isEmpty())
         return;
-    qCDebug(sessionLog) << "table:" << change.added.size() << "added" << change.removed.size()
-                        << "removed" << change.changed.size() << "changed";
+    SessionLog::debug("table:", change.added.size(), "added", change.removed.size(), "removed",
+                      change.changed.size(), "changed");
     announce([this, change] {
         Q_EMIT m_session->tableChanged(change.added, change.removed, change.changed);
     });
@@ -120,7 +146,7 @@ void SessionCore::adoptTable()
 
 void SessionCore::announce(const std::function<void()> &emission)
 {
-    QMetaObject::invokeMethod(this, emission, Qt::QueuedConnection);
+    Later::call(this, emission);
 }
 
 void SessionCore::announceWhenReady(const std::function<void()> &emission)

@@ -2,11 +2,13 @@
 #define SESSIONCORE_H
 
 #include "DeviceSession.h"
+#include "Guarded.h"
 #include "OutstandingReplies.h"
 #include "SendPacer.h"
 
 #include <QDeadlineTimer>
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 
 #include <functional>
@@ -37,15 +39,45 @@ public:
     QString serverVersion() const;
     const QMap<QString, EquipmentInfo> &equipmentTable() const;
 
+    /// What \a call returns, or false with `lastError` set when memory runs out.
+    template <typename Call>
+    bool attemptTo(const Call &call)
+    {
+        bool isDone = false;
+        if (!guarded([&] { isDone = call(); }))
+            m_lastError = SessionError::outOfMemory();
+        return isDone;
+    }
+
+    /// Null when memory runs out, with `lastError` set.
     DeviceReply *read(const EquipmentAddress &address, int length, int timeoutMs);
     DeviceReply *write(const EquipmentAddress &address, const QByteArray &data, int timeoutMs);
 
     /// False when not ready.
-    bool command(const std::function<void(KVTServerMessageOldProxy *)> &operation);
+    template <typename Operation>
+    bool command(const Operation &operation)
+    {
+        return attemptTo([&] { return queueCommand(operation); });
+    }
     /// Remembers why a call was refused; false.
     bool refuse(const SessionError &error);
+    /// The same with \a sentence in the user's language.
+    bool refuse(SessionError::Code code, const char *sentence);
 
 private:
+    /// A slot of the link or a timer. When memory runs out in it the session gives its connection
+    /// up, as if the server had gone.
+    template <typename... Args>
+    auto guardedSlot(void (SessionCore::*slot)(Args...))
+    {
+        return [self = QPointer<SessionCore>(this), slot](Args... args) {
+            if (!guarded([&] { (self->*slot)(args...); }) && self)
+                self->giveUpLater();
+        };
+    }
+    void giveUpLater();
+    void giveUp();
+
     // Opening and coming back
     void attempt();
     std::shared_ptr<ServerLink> newLink();
@@ -60,7 +92,7 @@ private:
     void onRegistrationTimeout();
     void onLost(const QString &reason);
     void loseAttempt(const QString &reason);
-    void loseServer(const QString &reason);
+    void loseServer(const SessionError &error);
     void comeBack();
     void fail(const SessionError &error);
     void setState(State state);
@@ -76,6 +108,8 @@ private:
     SessionError notReady() const;
     DeviceReply *request(const EquipmentAddress &address, int timeoutMs,
                          const SessionError &problem, const PackageMaker &makePackage);
+    void send(DeviceReplyPrivate *reply, int timeoutMs, const PackageMaker &makePackage);
+    bool queueCommand(const std::function<bool(KVTServerMessageOldProxy *)> &operation);
     void onAnswered(quint64 serialNumber, TarnEnum::CommResults result, const QByteArray &data);
 
     DeviceSession *const m_session;

@@ -42,6 +42,14 @@ SessionError SessionError::ofDevice(TarnEnum::CommResults result, const QString 
     return error;
 }
 
+SessionError SessionError::outOfMemory()
+{
+    SessionError error;
+    error.code = Code::OutOfMemory;
+    error.text = QStringLiteral("Memory has run out.");
+    return error;
+}
+
 SessionError::operator bool() const
 {
     return code != Code::None;

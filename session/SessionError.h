@@ -37,6 +37,7 @@ public:
         DeviceCancelled, ///< a cancel command ended it at the server
         BadReply, ///< the reply makes no sense
         VerificationFailed, ///< what was read back is not what was written
+        OutOfMemory, ///< memory ran out for it
     };
     Q_ENUM(Code)
 
@@ -45,6 +46,9 @@ public:
 
     /// Of a reply with that result; no error for `TarnEnum::Success`.
     static SessionError ofDevice(TarnEnum::CommResults result, const QString &key);
+
+    /// Of `Code::OutOfMemory`; made without memory.
+    static SessionError outOfMemory();
 
     explicit operator bool() const;
 

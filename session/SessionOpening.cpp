@@ -2,6 +2,7 @@
 #include "SessionCore.h"
 
 #include "KsProxyTools.h"
+#include "Later.h"
 #include "ServerLink.h"
 #include "SessionLog.h"
 
@@ -32,11 +33,12 @@ void SessionCore::attempt()
 std::shared_ptr<ServerLink> SessionCore::newLink()
 {
     auto link = std::make_shared<ServerLink>(m_options.silenceLimitMs);
-    connect(link.get(), &ServerLink::confirmed, this, &SessionCore::onConfirmed);
-    connect(link.get(), &ServerLink::refused, this, &SessionCore::onRefused);
-    connect(link.get(), &ServerLink::lost, this, &SessionCore::onLost);
-    connect(link.get(), &ServerLink::answered, this, &SessionCore::onAnswered);
-    connect(link.get(), &ServerLink::tableReplaced, this, &SessionCore::adoptTable);
+    connect(link.get(), &ServerLink::confirmed, this, guardedSlot(&SessionCore::onConfirmed));
+    connect(link.get(), &ServerLink::refused, this, guardedSlot(&SessionCore::onRefused));
+    connect(link.get(), &ServerLink::lost, this, guardedSlot(&SessionCore::onLost));
+    connect(link.get(), &ServerLink::answered, this, guardedSlot(&SessionCore::onAnswered));
+    connect(link.get(), &ServerLink::tableReplaced, this, guardedSlot(&SessionCore::adoptTable));
+    connect(link.get(), &ServerLink::outOfMemory, this, &SessionCore::giveUpLater);
     connect(link.get(), &ServerLink::connectionBeginning, this, [this](const QString &port) {
         announceWhenReady([this, port] { Q_EMIT m_session->connectionBeginning(port); });
     });
@@ -83,14 +85,14 @@ bool SessionCore::startServer()
     m_hasLaunched = true;
     unsigned long long pid = 0;
     if (KsProxyTools::checkProcessRunning(ServerProcessName, pid)) {
-        qCDebug(sessionLog) << "a device server runs, process" << pid
-                            << "- waiting until it takes connections";
+        SessionLog::debug("a device server runs, process", pid,
+                          "- waiting until it takes connections");
         return true;
     }
     const QString path = m_options.serverPath.isEmpty() ? KsProxyTools::getDefaultServerPath()
                                                         : m_options.serverPath;
     setState(State::StartingServer);
-    qCDebug(sessionLog) << "starting" << path;
+    SessionLog::debug("starting", path);
     const bool isStarted = KsProxyTools::startProcess(path);
     if (!isStarted && !m_isComingBack) {
         fail({SessionError::Code::ServerStartFailed,
@@ -100,7 +102,7 @@ bool SessionCore::startServer()
         return false;
     }
     if (!isStarted)
-        qCWarning(sessionLog) << "cannot be started:" << path; // somebody else may start it
+        SessionLog::warning("cannot be started:", path); // somebody else may start it
     setState(isStarted ? State::Connecting : State::Lost);
     return true;
 }
@@ -112,7 +114,7 @@ void SessionCore::retryLater()
         return;
     }
     const int longest = m_isComingBack ? m_options.reconnect.longestDelayMs : LongestDelayMs;
-    m_attempt.start(m_delayMs);
+    Later::start(&m_attempt, m_delayMs);
     m_delayMs = m_delayMs > longest / 2 ? longest : 2 * m_delayMs;
 }
 
@@ -136,7 +138,7 @@ void SessionCore::beginRegistration()
         setState(State::Connecting);
         setState(State::Registering);
     }
-    m_registrationLimit.start(m_options.registrationTimeoutMs);
+    Later::start(&m_registrationLimit, m_options.registrationTimeoutMs);
 }
 
 void SessionCore::onConfirmed()
@@ -170,41 +172,41 @@ void SessionCore::onRegistrationTimeout()
         return;
     }
     // The link stays: a late answer is as good, and each new one would cost a connection.
-    qCDebug(sessionLog).noquote() << error.text;
+    SessionLog::debug(SessionLog::Sentence{error.text});
     comeBack();
 }
 
 void SessionCore::onLost(const QString &reason)
 {
     if (m_state == State::Ready)
-        loseServer(reason);
+        loseServer({SessionError::Code::ConnectionLost, reason});
     else
         loseAttempt(reason);
 }
 
 void SessionCore::loseAttempt(const QString &reason)
 {
-    qCDebug(sessionLog).noquote() << reason;
+    SessionLog::debug(SessionLog::Sentence{reason});
     const bool wasSecondHand = m_link->isSecondHand();
     dropLink();
     if (wasSecondHand) {
-        m_attempt.start(0); // nobody need know that it went on with a dead connection
+        Later::start(&m_attempt, 0); // nobody need know that it went on with a dead connection
         return;
     }
     setState(m_isComingBack ? State::Lost : State::Connecting);
     retryLater();
 }
 
-void SessionCore::loseServer(const QString &reason)
+void SessionCore::loseServer(const SessionError &error)
 {
     dropLink();
-    const SessionError error(SessionError::Code::ConnectionLost, reason);
     m_hasLaunched = false;
     m_delayMs = m_options.reconnect.firstDelayMs;
     m_lastError = error;
     announce([this, error] { Q_EMIT m_session->errorOccurred(error); });
-    comeBack();
+    setState(State::Lost);
     m_replies.settleAll(error);
+    comeBack();
 }
 
 void SessionCore::comeBack()

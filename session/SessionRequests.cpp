@@ -26,27 +26,37 @@ void setHeader(PackageBase *package, const EquipmentAddress &address, int timeou
 
 DeviceReply *SessionCore::read(const EquipmentAddress &address, int length, int timeoutMs)
 {
-    SessionError problem = problemOf(address, length, timeoutMs);
-    if (!problem && length < 1)
-        problem = {SessionError::Code::InvalidArgument, tr("A read takes at least 1 byte.")};
-    return request(address, timeoutMs, problem, [length] {
-        auto package = std::make_unique<PackageRequestReadData>();
-        package->setReadLength(length);
-        return package;
+    DeviceReply *reply = nullptr;
+    attemptTo([&] {
+        SessionError problem = problemOf(address, length, timeoutMs);
+        if (!problem && length < 1)
+            problem = {SessionError::Code::InvalidArgument, tr("A read takes at least 1 byte.")};
+        reply = request(address, timeoutMs, problem, [length] {
+            auto package = std::make_unique<PackageRequestReadData>();
+            package->setReadLength(length);
+            return package;
+        });
+        return true;
     });
+    return reply;
 }
 
 DeviceReply *SessionCore::write(const EquipmentAddress &address, const QByteArray &data,
                                 int timeoutMs)
 {
-    return request(address, timeoutMs, problemOf(address, data.size(), timeoutMs), [data] {
-        auto package = std::make_unique<PackageRequestWriteData>();
-        package->setData(data);
-        return package;
+    DeviceReply *reply = nullptr;
+    attemptTo([&] {
+        reply = request(address, timeoutMs, problemOf(address, data.size(), timeoutMs), [data] {
+            auto package = std::make_unique<PackageRequestWriteData>();
+            package->setData(data);
+            return package;
+        });
+        return true;
     });
+    return reply;
 }
 
-bool SessionCore::command(const std::function<void(KVTServerMessageOldProxy *)> &operation)
+bool SessionCore::queueCommand(const std::function<bool(KVTServerMessageOldProxy *)> &operation)
 {
     if (m_state != State::Ready)
         return refuse(notReady());
@@ -85,11 +95,11 @@ SessionError SessionCore::notReady() const
 DeviceReply *SessionCore::request(const EquipmentAddress &address, int timeoutMs,
                                   const SessionError &problem, const PackageMaker &makePackage)
 {
-    DeviceReply *const reply = DeviceReplyPrivate::create(address, m_session);
-    DeviceReplyPrivate *const settling = DeviceReplyPrivate::of(reply);
+    std::unique_ptr<DeviceReply> reply(DeviceReplyPrivate::create(address, m_session));
+    DeviceReplyPrivate *const settling = DeviceReplyPrivate::of(reply.get());
     if (problem || m_state != State::Ready) {
         settling->settle(problem ? problem : notReady());
-        return reply;
+        return reply.release();
     }
     const int timeout
         = timeoutMs == DeviceSession::DefaultTimeout ? m_options.requestTimeoutMs : timeoutMs;
@@ -98,13 +108,22 @@ DeviceReply *SessionCore::request(const EquipmentAddress &address, int timeoutMs
     m_pacer.add([this, makePackage, timeout, waiting = QPointer<DeviceReplyPrivate>(settling)] {
         if (!waiting || waiting->isSettled())
             return false;
-        PackageBase *const package = makePackage().release();
-        setHeader(package, waiting->address(), timeout);
-        m_replies.setSerialNumber(waiting, package->getSerialNum());
-        m_link->send(package);
+        send(waiting, timeout, makePackage);
         return true;
     });
-    return reply;
+    return reply.release();
+}
+
+void SessionCore::send(DeviceReplyPrivate *reply, int timeoutMs, const PackageMaker &makePackage)
+{
+    const auto sendPackage = [&] {
+        std::unique_ptr<PackageBase> package = makePackage();
+        setHeader(package.get(), reply->address(), timeoutMs);
+        m_replies.setSerialNumber(reply, package->getSerialNum());
+        return m_link->send(std::move(package));
+    };
+    if (!guarded(sendPackage, false))
+        reply->settle(SessionError::outOfMemory());
 }
 
 void SessionCore::onAnswered(quint64 serialNumber, TarnEnum::CommResults result,

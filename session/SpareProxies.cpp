@@ -1,6 +1,7 @@
 #include "SpareProxies.h"
 
 #include "KVTServerMessageOldProxy.h"
+#include "Later.h"
 
 #include <QCoreApplication>
 #include <QList>
@@ -72,8 +73,15 @@ std::shared_ptr<QTimer> startTidying(KVTServerMessageOldProxy *proxy)
 {
     auto timer = std::make_shared<QTimer>();
     QObject::connect(timer.get(), &QTimer::timeout, proxy, &KVTServerMessageOldProxy::Terminate);
-    timer->start(TidyIntervalMs);
+    Later::start(timer.get(), TidyIntervalMs);
     return timer;
+}
+
+void keepUnused(KVTServerMessageOldProxy *proxy)
+{
+    used().removeAll(proxy);
+    stopAllInTime();
+    spares().append({proxy, startTidying(proxy)});
 }
 
 } // namespace
@@ -82,27 +90,25 @@ KVTServerMessageOldProxy *SpareProxies::take()
 {
     if (!isApplicationThread() || spares().isEmpty())
         return nullptr;
-    KVTServerMessageOldProxy *const proxy = spares().takeLast().proxy;
+    KVTServerMessageOldProxy *const proxy = use(spares().constLast().proxy);
+    spares().removeLast();
     proxy->Terminate(); // what has come since it was last tidied is none of the next session's
                         // affair
-    return use(proxy);
+    return proxy;
 }
 
 KVTServerMessageOldProxy *SpareProxies::makeNew()
 {
-    auto *const proxy = new KVTServerMessageOldProxy;
-    return isApplicationThread() ? use(proxy) : proxy;
+    auto proxy = std::make_unique<KVTServerMessageOldProxy>();
+    if (isApplicationThread())
+        use(proxy.get());
+    return proxy.release();
 }
 
 void SpareProxies::keep(KVTServerMessageOldProxy *proxy)
 {
     proxy->UnRegister();
     proxy->Terminate();
-    if (!isApplicationThread()) {
+    if (!isApplicationThread() || !guarded([proxy] { keepUnused(proxy); }))
         delete proxy;
-        return;
-    }
-    used().removeAll(proxy);
-    stopAllInTime();
-    spares().append({proxy, startTidying(proxy)});
 }

@@ -252,6 +252,7 @@ void tst_CtlUsage::givesEachErrorAnExitCode_data()
     QTest::newRow("device timed out") << Code::DeviceTimedOut << ExitCode::TimedOut;
     QTest::newRow("cancelled") << Code::DeviceCancelled << ExitCode::DeviceRefused;
     QTest::newRow("bad reply") << Code::BadReply << ExitCode::Failed;
+    QTest::newRow("out of memory") << Code::OutOfMemory << ExitCode::Failed;
     QTest::newRow("not verified") << Code::VerificationFailed << ExitCode::VerificationFailed;
 }
 

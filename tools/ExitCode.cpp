@@ -33,6 +33,7 @@ ExitCode exitCodeOf(SessionError::Code code)
     case SessionError::Code::WrongThread:
     case SessionError::Code::NotReady:
     case SessionError::Code::BadReply:
+    case SessionError::Code::OutOfMemory:
         break;
     }
     return ExitCode::Failed;
