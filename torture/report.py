@@ -56,6 +56,15 @@ CHAPTERS = {
         "(SIGSTOP) until the session has noticed, then killed; hung, then going on. The session must be ready and "
         "served each time, each request must end once, and the descriptors must be as many as before. A server "
         "that hangs must be noticed within one and a half times the limit."),
+    "failing_calls": Chapter(
+        "Every call that can fail",
+        "44 small complete pieces of use of the proxy, the session and the process tools: registering at a server "
+        "that lives, is dead or absent, reading, writing, commands, tables, broadcasts, transfers, coming back. "
+        "Each allocation, and each call for a socket, a connection, bytes, a file, a pipe or a process, fails once "
+        "in turn, in a process of its own: without memory, without a descriptor (that one only, or all from there "
+        "on), interrupted, refused, broken, or after one byte. The piece must be done all the same or report, in "
+        "the way of its kind, what was not; nothing may crash, hang or leak. Left out are allocations inside of "
+        "Qt that Qt does not survive; see [behaviour.md](behaviour.md)."),
     "peers": Chapter(
         "Servers that do no good",
         "One that never reads, and one that floods its client for a minute as fast as it is read: with "
