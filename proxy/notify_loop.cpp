@@ -153,7 +153,7 @@ QPointer<PackageBase> KVTServerMessageOldProxy::takeAnsweredRequest(quint64 seri
         if (request != nullptr && request->getSerialNum() == serialNum)
             break;
     }
-    const QPointer<PackageBase> taken(request); // first: it may need memory
+    QPointer<PackageBase> taken(request); // first: it may need memory
     m_requestList.removeOne(request);
     return taken;
 }

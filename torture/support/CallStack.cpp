@@ -23,6 +23,9 @@ struct Range
     Owner owner;
 };
 
+constexpr const char *ConnectToFunction
+    = "_ZN7QObject11connectImplEPKS_PPvS1_S3_PN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPKi"
+      "PK11QMetaObject";
 constexpr std::size_t MostRanges = 64;
 std::array<Range, MostRanges> ranges;
 std::size_t rangeCount = 0;
@@ -154,12 +157,10 @@ void CallStack::findModules()
           "_ZN20QEventDispatcherUNIX22registerSocketNotifierEP15QSocketNotifier",
           "_dl_allocate_tls"})
         addFunction(name, Owner::Kept);
-    for (const char *name : {"_ZN7QObject7connectEPKS_PKcS1_S3_N2Qt14ConnectionTypeE",
-                             "_ZN7QObject11connectImplEPKS_PPvS1_S3_"
-                             "PN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPKi"
-                             "PK11QMetaObject",
-                             "_ZN7QThreadC2EP7QObject", "_ZN9QMetaType6createEiPKv",
-                             "_ZN15QSocketNotifierC1ExNS_4TypeEP7QObject"})
+    for (const char *name :
+         {"_ZN7QObject7connectEPKS_PKcS1_S3_N2Qt14ConnectionTypeE", ConnectToFunction,
+          "_ZN7QThreadC2EP7QObject", "_ZN9QMetaType6createEiPKv",
+          "_ZN15QSocketNotifierC1ExNS_4TypeEP7QObject"})
         addFunction(name, Owner::Object);
     for (const char *name : {"_ZN9QIODevice5writeEPKcx", "_ZN9QIODevice4readEPcx"})
         addFunction(name, Owner::Transfer);

@@ -63,7 +63,7 @@ Verdict registerAgain()
 {
     StagePeer peer;
     StageProxy proxy;
-    const Verdict verdict = proxy.registerAtPeer();
+    Verdict verdict = proxy.registerAtPeer();
     proxy->Terminate();
     return verdict.kind == Verdict::Done ? proxy.registerAtPeer() : verdict;
 }
@@ -129,7 +129,7 @@ Verdict receive(const QByteArray &message,
         const FailingCalls::Pause pause;
         listen(proxy.get());
     }
-    const Verdict verdict = proxy.registerAtPeer();
+    Verdict verdict = proxy.registerAtPeer();
     if (verdict.kind != Verdict::Done)
         return verdict;
     if (!sendOrder(proxy, message))
@@ -202,7 +202,7 @@ Verdict read()
     StageProxy proxy;
     ReadRequest request(&proxy, Key);
     request.package()->setReadLength(100);
-    const Verdict verdict = proxy.registerAtPeer();
+    Verdict verdict = proxy.registerAtPeer();
     return verdict.kind == Verdict::Done
         ? request.finish(proxy->SendRequestReadData(request.package()))
         : verdict;
@@ -214,7 +214,7 @@ Verdict write()
     StageProxy proxy;
     WriteRequest request(&proxy, Key);
     request.package()->setData(QByteArray(300000, 'w'));
-    const Verdict verdict = proxy.registerAtPeer();
+    Verdict verdict = proxy.registerAtPeer();
     return verdict.kind == Verdict::Done
         ? request.finish(proxy->SendRequestWriteData(request.package()))
         : verdict;
@@ -240,7 +240,7 @@ Verdict readSeveral()
         areSent.push_back(worst.kind == Verdict::Done
                           && proxy->SendRequestReadData(request->package()));
     for (std::size_t i = 0; i < requests.size() && worst.kind != Verdict::Wrong; ++i) {
-        const Verdict verdict = requests[i]->finish(areSent[i]);
+        Verdict verdict = requests[i]->finish(areSent[i]);
         if (verdict.kind > worst.kind)
             worst = verdict;
     }
@@ -251,7 +251,7 @@ Verdict command(const std::function<bool(KVTServerMessageOldProxy *)> &order)
 {
     StagePeer peer;
     StageProxy proxy;
-    const Verdict verdict = proxy.registerAtPeer();
+    Verdict verdict = proxy.registerAtPeer();
     if (verdict.kind != Verdict::Done)
         return verdict;
     if (!order(proxy.get()))
@@ -287,7 +287,7 @@ Verdict writeToLostServer()
     StageProxy proxy;
     ReadRequest request(&proxy, Key);
     request.package()->setReadLength(1);
-    const Verdict verdict = proxy.registerAtPeer();
+    Verdict verdict = proxy.registerAtPeer();
     if (verdict.kind != Verdict::Done)
         return verdict;
     peer.stop();
@@ -307,7 +307,7 @@ Verdict terminateWhilePending()
     ReadRequest request(&proxy, QStringLiteral("silent"));
     request.package()->setReadLength(1);
     const QPointer<PackageBase> watched(request.package());
-    const Verdict verdict = proxy.registerAtPeer();
+    Verdict verdict = proxy.registerAtPeer();
     if (verdict.kind != Verdict::Done)
         return verdict;
     if (!proxy->SendRequestReadData(request.package()))
@@ -327,7 +327,7 @@ Verdict initialiseAgain()
     StageProxy proxy;
     proxy->Initalize();
     proxy->Terminate();
-    const Verdict verdict = proxy.registerAtPeer();
+    Verdict verdict = proxy.registerAtPeer();
     proxy->UnRegister();
     return verdict;
 }

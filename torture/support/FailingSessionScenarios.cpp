@@ -16,9 +16,9 @@ class StageSession
 {
 public:
     StageSession()
+        : m_session(makePaused<DeviceSession>())
     {
         const FailingCalls::Pause pause;
-        m_session = std::make_unique<DeviceSession>();
         QObject::connect(m_session.get(), &DeviceSession::errorOccurred, m_session.get(),
                          [this] { ++m_errors; });
         QObject::connect(m_session.get(), &DeviceSession::broadcastReceived, m_session.get(),
@@ -95,7 +95,7 @@ Verdict finish(DeviceReply *reply, const StageSession &session)
         return StageSession::reportedBy(session->lastError(), "no reply");
     if (!serveUntil([reply] { return reply->isFinished(); }))
         return Verdict::wrong(QStringLiteral("a reply never finishes"));
-    const Verdict verdict = reply->error() == Code::None
+    Verdict verdict = reply->error() == Code::None
         ? Verdict::done()
         : StageSession::reportedBy(reply->sessionError(), "a reply failed");
     delete reply;
@@ -106,7 +106,7 @@ Verdict openAndClose()
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     session->close();
     return verdict.kind != Verdict::Done || session->state() == State::Closed
         ? verdict
@@ -116,7 +116,7 @@ Verdict openAndClose()
 Verdict openWithoutServer()
 {
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     return Verdict::require(verdict.kind == Verdict::Reported, "opened without a server");
 }
 
@@ -124,7 +124,7 @@ Verdict openAndBeRejected()
 {
     StagePeer peer("2:");
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     return verdict.kind == Verdict::Done ? Verdict::wrong(QStringLiteral("opened all the same"))
                                          : verdict;
 }
@@ -133,7 +133,7 @@ Verdict readByReply()
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     return verdict.kind == Verdict::Done
         ? finish(session->read({QStringLiteral("COM1"), 0}, 64), session)
         : verdict;
@@ -143,7 +143,7 @@ Verdict writeByReply()
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     return verdict.kind == Verdict::Done
         ? finish(session->write({QStringLiteral("COM1"), 0}, QByteArray(10000, 'w')), session)
         : verdict;
@@ -152,7 +152,7 @@ Verdict writeByReply()
 Verdict readOfClosedSession()
 {
     const StageSession session;
-    const Verdict verdict = finish(session->read({QStringLiteral("COM1"), 0}, 64), session);
+    Verdict verdict = finish(session->read({QStringLiteral("COM1"), 0}, 64), session);
     return Verdict::require(verdict.kind == Verdict::Reported, "read without a server");
 }
 
@@ -160,7 +160,7 @@ Verdict abortReply()
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     if (verdict.kind != Verdict::Done)
         return verdict;
     DeviceReply *const reply = session->read({QStringLiteral("silent"), 0}, 4);
@@ -173,7 +173,7 @@ Verdict letReplyTimeOut()
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     return verdict.kind == Verdict::Done
         ? finish(session->read({QStringLiteral("silent"), 0}, 4, 50), session)
         : verdict;
@@ -183,7 +183,7 @@ Verdict closeWithReply()
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     if (verdict.kind != Verdict::Done)
         return verdict;
     DeviceReply *const reply = session->read({QStringLiteral("silent"), 0}, 4);
@@ -197,7 +197,7 @@ Verdict transfer(bool isWriting)
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     if (verdict.kind != Verdict::Done)
         return verdict;
     QScopedPointer<DeviceTransfer> transfer;
@@ -231,11 +231,11 @@ Verdict comeBack()
 {
     auto peer = std::make_unique<StagePeer>();
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     if (verdict.kind != Verdict::Done)
         return verdict;
     peer.reset();
-    const Verdict lost = session.settle(State::Lost);
+    Verdict lost = session.settle(State::Lost);
     if (lost.kind != Verdict::Done)
         return lost;
     peer = std::make_unique<StagePeer>();
@@ -246,7 +246,7 @@ Verdict orderByCommand()
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     if (verdict.kind != Verdict::Done)
         return verdict;
     if (!session->connectController(QStringLiteral("COM1")))
@@ -258,7 +258,7 @@ Verdict receiveSessionBroadcast()
 {
     StagePeer peer;
     const StageSession session;
-    const Verdict verdict = session.reach();
+    Verdict verdict = session.reach();
     if (verdict.kind != Verdict::Done)
         return verdict;
     if (!session->sendOrder("18:serialNum=77;commResult=0;dataLength=4;data=YWJjZA==,11"))

@@ -1,6 +1,5 @@
 #include "FailingStage.h"
 
-#include "FailingCalls.h"
 #include "TestPackages.h"
 #include "WireBytes.h"
 
@@ -103,10 +102,8 @@ void serveDeletions()
 }
 
 StageProxy::StageProxy()
-{
-    const FailingCalls::Pause pause;
-    m_proxy = std::make_unique<KVTServerMessageOldProxy>();
-}
+    : m_proxy(makePaused<KVTServerMessageOldProxy>())
+{ }
 
 StageProxy::~StageProxy()
 {
@@ -142,9 +139,9 @@ Verdict StageProxy::missing(const char *missing)
 template <typename Package>
 StageRequest<Package>::StageRequest(StageProxy *proxy, const QString &key)
     : m_proxy(proxy)
+    , m_package(makePaused<Package>().release())
 {
     const FailingCalls::Pause pause;
-    m_package = new Package;
     m_package->setServerConnectionKey(key);
     m_package->setCompletionHandler([this](void *, PackageBase *reply) {
         ++m_completions;

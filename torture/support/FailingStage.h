@@ -2,6 +2,7 @@
 #define FAILINGSTAGE_H
 
 #include "AnsweringPeer.h"
+#include "FailingCalls.h"
 #include "FailingScenario.h"
 #include "KVTServerMessageOldProxy.h"
 #include "PackageRequestReadData.h"
@@ -13,6 +14,14 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+
+/// Makes a \a Type of which no call counts.
+template <typename Type>
+std::unique_ptr<Type> makePaused()
+{
+    const FailingCalls::Pause pause;
+    return std::make_unique<Type>();
+}
 
 /// The server of a scenario, on a thread of its own. It answers requests but those for "silent",
 /// and an order "9:text" with the message 9 that carries that text.
@@ -83,7 +92,7 @@ public:
 
     Package *package() const
     {
-        return m_package;
+        return m_package.data();
     }
     int completions() const
     {
