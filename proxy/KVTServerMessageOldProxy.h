@@ -208,8 +208,8 @@ public:
     /// Identifier and text under which the server answers \a package, which must not be null.
     void ParsePackageInfo(PackageBase *package, TarnEnum::NotifyTypes *type, QString *text);
 
-    /// A new package of the class that goes with \a type, filled from \a text; never null, the
-    /// caller owns it.
+    /// A new package of the class that goes with \a type, filled from \a text; null only when
+    /// memory runs out. The caller owns it.
     PackageBase *ParseCompleteRequest(QString text, TarnEnum::NotifyTypes type);
     /// Not supported: logs "KVTServerMessageOldProxy::ParseCompleteRequest QByteArray not spport",
     /// critical; null.

@@ -15,7 +15,8 @@ class ThreadRunBase;
 /// Make it, connect `doInfo` with `Qt::QueuedConnection` to a loop on another thread, call `start`;
 /// to end it call `setStop(true)` and wait. Emissions are not coalesced: a receiver slower than the
 /// interval finds them queued up. `setStop`, `setInterval` and the getters may be called from any
-/// thread. Deleting a running thread is the owner's error. Logs nothing.
+/// thread. Deleting a running thread is the owner's error. A signal for which there is no memory is
+/// left out, with "out of memory" in the log at critical level; nothing else is logged.
 class KSPROXYOLDCLIENT_EXPORT MsgThread : public QThread
 {
     Q_OBJECT
