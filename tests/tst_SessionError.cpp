@@ -1,6 +1,8 @@
 #include "SessionError.h"
 #include "TestMain.h"
 
+#include <QTest>
+
 using Code = SessionError::Code;
 
 namespace {
