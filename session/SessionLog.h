@@ -5,6 +5,8 @@
 
 #include <QLoggingCategory>
 
+#include <new>
+
 /// Everything that the session layer logs.
 Q_DECLARE_LOGGING_CATEGORY(sessionLog)
 
@@ -23,17 +25,24 @@ inline QDebug operator<<(QDebug stream, const Sentence &sentence)
 }
 
 template <typename... Parts>
+void write(QtMsgType type, const Parts &...parts) noexcept
+{
+    try { // to be asked for the first time the category needs memory
+        if (sessionLog().isEnabled(type))
+            Log::write(type, sessionLog().categoryName(), parts...);
+    } catch (const std::bad_alloc &) { }
+}
+
+template <typename... Parts>
 void debug(const Parts &...parts) noexcept
 {
-    if (sessionLog().isDebugEnabled())
-        Log::write(QtDebugMsg, sessionLog().categoryName(), parts...);
+    write(QtDebugMsg, parts...);
 }
 
 template <typename... Parts>
 void warning(const Parts &...parts) noexcept
 {
-    if (sessionLog().isWarningEnabled())
-        Log::write(QtWarningMsg, sessionLog().categoryName(), parts...);
+    write(QtWarningMsg, parts...);
 }
 
 } // namespace SessionLog
