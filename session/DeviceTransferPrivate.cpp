@@ -13,7 +13,9 @@ DeviceTransferPrivate::DeviceTransferPrivate(DeviceTransfer *transfer, DeviceSes
     , m_session(session)
 {
     connect(session, &QObject::destroyed, this, [this] {
-        end({SessionError::Code::SessionClosed, tr("The session was destroyed.")});
+        guardedWork([this] {
+            end({SessionError::Code::SessionClosed, tr("The session was destroyed.")});
+        });
     });
 }
 

@@ -4,6 +4,9 @@
 
 #include <QPointer>
 #include <QSignalSpy>
+#include <QTranslator>
+
+#include <new>
 
 using Code = SessionError::Code;
 using State = DeviceSession::State;
@@ -13,6 +16,26 @@ namespace {
 const QString Key = QStringLiteral("COM1");
 constexpr int Chunk = 100;
 constexpr int Bytes = 50 * Chunk;
+
+/// While it lives, a sentence of a transfer takes memory that there is not.
+class NoMemoryTranslator : public QTranslator
+{
+public:
+    NoMemoryTranslator()
+    {
+        QCoreApplication::installTranslator(this);
+    }
+    bool isEmpty() const override
+    {
+        return false;
+    }
+    QString translate(const char *context, const char *, const char *, int) const override
+    {
+        if (qstrcmp(context, "DeviceTransferPrivate") == 0)
+            throw std::bad_alloc();
+        return QString();
+    }
+};
 
 } // namespace
 
@@ -31,6 +54,7 @@ private Q_SLOTS:
     void endsWithTheServer();
     void endsWhenTheSessionCloses();
     void endsWhenTheSessionIsDestroyed();
+    void endsWhenThereIsNoMemoryToSaySo();
     void isNotStartedWithoutASession();
     void isDeletedInTheMiddle();
     void isDeletedInsideProgress();
@@ -153,6 +177,16 @@ void tst_DeviceTransferEnd::endsWhenTheSessionIsDestroyed()
     QCOMPARE(m_finished, 0);
     QVERIFY(waitForEnd(*m_transfer));
     QCOMPARE(m_transfer->error(), Code::SessionClosed);
+    compareWithPattern();
+}
+
+void tst_DeviceTransferEnd::endsWhenThereIsNoMemoryToSaySo()
+{
+    QVERIFY(runToTheMiddle());
+    const NoMemoryTranslator translator;
+    m_session.reset();
+    QVERIFY(waitForEnd(*m_transfer));
+    QCOMPARE(m_transfer->error(), Code::OutOfMemory);
     compareWithPattern();
 }
 
