@@ -120,7 +120,7 @@ void MsgSocketClient::readyRead()
     if (m_socket == nullptr || sender() != m_socket)
         return;
     if (m_isAbandoned) {
-        m_socket->readAll();
+        m_socket->skip(m_socket->bytesAvailable()); // takes no memory, unlike readAll
         return;
     }
     ++m_readDepth;

@@ -370,6 +370,24 @@ Verdict refuseUnsupported()
         "an operation that is not supported returned something else");
 }
 
+// What the server still sends comes to the connection that stays.
+Verdict leaveConnection()
+{
+    StagePeer peer;
+    {
+        StageProxy proxy;
+        const Verdict verdict = proxy.registerAtPeer();
+        if (verdict.kind != Verdict::Done)
+            return verdict;
+        if (!sendOrder(proxy, "9:" + longTable()))
+            return Verdict::reported();
+        serveUntil([&] { return peer.messages() > 0; });
+    }
+    int passes = 0;
+    serveUntil([&passes] { return ++passes > 10; });
+    return Verdict::done();
+}
+
 } // namespace
 
 std::vector<FailingScenario> proxyScenarios()
@@ -395,6 +413,7 @@ std::vector<FailingScenario> proxyScenarios()
             {"write_to_lost_server", writeToLostServer},
             {"terminate_while_pending", terminateWhilePending},
             {"initialise_again", initialiseAgain},
+            {"leave_connection", leaveConnection},
             {"parse_by_hand", parseByHand},
             {"refuse_unsupported", refuseUnsupported}};
 }
