@@ -143,14 +143,3 @@ void SessionCore::adoptTable()
         Q_EMIT m_session->tableChanged(change.added, change.removed, change.changed);
     });
 }
-
-void SessionCore::announce(const std::function<void()> &emission)
-{
-    Later::call(this, emission);
-}
-
-void SessionCore::announceWhenReady(const std::function<void()> &emission)
-{
-    if (m_state == State::Ready)
-        announce(emission);
-}

@@ -3,6 +3,7 @@
 
 #include "DeviceSession.h"
 #include "Guarded.h"
+#include "Later.h"
 #include "OutstandingReplies.h"
 #include "SendPacer.h"
 
@@ -97,9 +98,18 @@ private:
     void fail(const SessionError &error);
     void setState(State state);
     void adoptTable();
-    /// Has \a emission called from the event loop, in its turn.
-    void announce(const std::function<void()> &emission);
-    void announceWhenReady(const std::function<void()> &emission);
+    /// Has \a emission called from the event loop, in its turn; left out when memory runs out.
+    template <typename Emission>
+    void announce(const Emission &emission)
+    {
+        Later::call(this, emission);
+    }
+    template <typename Emission>
+    void announceWhenReady(const Emission &emission)
+    {
+        if (m_state == State::Ready)
+            announce(emission);
+    }
 
     // Requests
     using PackageMaker = std::function<std::unique_ptr<PackageBase>()>;

@@ -23,6 +23,8 @@ public:
                          [this] { ++m_errors; });
         QObject::connect(m_session.get(), &DeviceSession::broadcastReceived, m_session.get(),
                          [this] { ++m_broadcasts; });
+        QObject::connect(m_session.get(), &DeviceSession::connectionBeginning, m_session.get(),
+                         [this] { ++m_beginnings; });
     }
     ~StageSession()
     {
@@ -41,6 +43,10 @@ public:
     int broadcasts() const
     {
         return m_broadcasts;
+    }
+    int beginnings() const
+    {
+        return m_beginnings;
     }
 
     bool open() const
@@ -87,6 +93,7 @@ private:
     std::unique_ptr<DeviceSession> m_session;
     int m_errors = 0;
     int m_broadcasts = 0;
+    int m_beginnings = 0;
 };
 
 Verdict finish(DeviceReply *reply, const StageSession &session)
@@ -254,21 +261,33 @@ Verdict orderByCommand()
     return finish(session->read({QStringLiteral("COM1"), 0}, 4), session);
 }
 
-Verdict receiveSessionBroadcast()
+// Has the server send a message by \a order and waits until \a count of something has come of it.
+Verdict receive(const QByteArray &order, int (StageSession::*count)() const)
 {
     StagePeer peer;
     const StageSession session;
     Verdict verdict = session.reach();
     if (verdict.kind != Verdict::Done)
         return verdict;
-    if (!session->sendOrder("18:serialNum=77;commResult=0;dataLength=4;data=YWJjZA==,11"))
+    if (!session->sendOrder(order))
         return StageSession::reportedBy(session->lastError(), "an order was refused");
-    if (serveUntil([&] { return session.broadcasts() > 0 || session->state() != State::Ready; }))
-        return session.broadcasts() > 0 ? Verdict::done()
-                                        : StageSession::reportedBy(session->lastError(), "lost");
+    const auto hasCome = [&] { return (session.*count)() > 0; };
+    if (serveUntil([&] { return hasCome() || session->state() != State::Ready; }))
+        return hasCome() ? Verdict::done() : StageSession::reportedBy(session->lastError(), "lost");
     // An order is dropped without a word when it cannot be written.
     return peer.messages() == 0 ? Verdict::reported()
-                                : Verdict::wrong(QStringLiteral("a broadcast was lost"));
+                                : Verdict::wrong(QStringLiteral("a message was lost"));
+}
+
+Verdict receiveSessionBroadcast()
+{
+    return receive("18:serialNum=77;commResult=0;dataLength=4;data=YWJjZA==,11",
+                   &StageSession::broadcasts);
+}
+
+Verdict receiveSessionBeginning()
+{
+    return receive("5:COM9", &StageSession::beginnings);
 }
 
 } // namespace
@@ -288,5 +307,6 @@ std::vector<FailingScenario> sessionScenarios()
             {"session_transfer_write", transferWrite},
             {"session_come_back", comeBack},
             {"session_command", orderByCommand},
-            {"session_broadcast", receiveSessionBroadcast}};
+            {"session_broadcast", receiveSessionBroadcast},
+            {"session_beginning", receiveSessionBeginning}};
 }
