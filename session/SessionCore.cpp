@@ -96,16 +96,25 @@ bool SessionCore::refuse(SessionError::Code code, const char *sentence)
 // Not at once: what stands on the stack may be the link's.
 void SessionCore::giveUpLater()
 {
-    Later::call(this, [this] { guardedTwice([this] { giveUp(); }); });
+    Later::call(this, [this] {
+        if (!guardedTwice([this] { giveUp(); }))
+            fail(SessionError::outOfMemory()); // not even for the next attempt's timer
+    });
 }
 
 void SessionCore::giveUp()
 {
+    if (m_state == State::Closed)
+        return;
     const SessionError error = SessionError::outOfMemory();
-    if (m_state == State::Ready)
+    if (m_state == State::Ready) {
         loseServer(error);
-    else if (m_state != State::Closed)
+    } else if (m_isComingBack) {
+        dropLink();
+        comeBack();
+    } else {
         fail(error);
+    }
 }
 
 void SessionCore::fail(const SessionError &error)

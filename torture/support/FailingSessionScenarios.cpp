@@ -246,7 +246,10 @@ Verdict comeBack()
     if (lost.kind != Verdict::Done)
         return lost;
     peer = std::make_unique<StagePeer>();
-    return session.settle(State::Ready);
+    const Verdict back = session.settle(State::Ready);
+    return session->state() == State::Closed
+        ? Verdict::wrong(QStringLiteral("closes instead of coming back"))
+        : back;
 }
 
 Verdict orderByCommand()
