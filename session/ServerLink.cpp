@@ -241,18 +241,20 @@ void ServerLink::lookForTable()
     Q_EMIT tableReplaced();
 }
 
-// Not from inside the proxy's call that this may be: the link may be deleted for it.
+// Not from inside the proxy's call that this may be: the link may be deleted for it. Without memory
+// the loss is noticed again.
 void ServerLink::loseLater(const QString &reason)
 {
     if (m_isLost)
         return;
-    m_isLost = true;
-    m_watch.stop();
     const auto conclude = [this, reason] {
         m_proxy->NotifyThreadFun(false); // replies that came before the end and wait for its tick
         Q_EMIT lost(reason);
     };
-    Later::call(this, conclude);
+    if (Later::call(this, conclude)) {
+        m_isLost = true;
+        m_watch.stop();
+    }
 }
 
 void ServerLink::loseConnection(const QString &reason)
