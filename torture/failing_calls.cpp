@@ -6,6 +6,7 @@
 #include "FailingCalls.h"
 #include "FailingScenario.h"
 #include "FailingStage.h"
+#include "LivingBlocks.h"
 #include "SocketClients.h"
 #include "Torture.h"
 
@@ -126,7 +127,7 @@ int runChild(int argc, char **argv)
     Verdict verdict = Verdict::done();
     for (bool isLast : {false, true}) {
         if (isLast)
-            FailingCalls::startTracking();
+            LivingBlocks::start();
         FailingCalls::arm(fault, number);
         const Verdict next = runCaught(*scenario);
         FailingCalls::disarm();
@@ -138,7 +139,7 @@ int runChild(int argc, char **argv)
         verdict = Verdict::wrong(QStringLiteral("std::bad_alloc went to the event loop"));
     application.reset(); // with it go the proxies that are kept for a next session
     SocketClients::deleteAbandoned();
-    const int survivors = FailingCalls::survivors();
+    const int survivors = LivingBlocks::survivors();
     QByteArray more = verdict.why.toUtf8();
     if (fault == nullptr && verdict.kind != Verdict::Wrong) {
         for (const auto *each = FailingCalls::faults(); each->name != nullptr; ++each)

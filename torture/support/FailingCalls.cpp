@@ -1,11 +1,12 @@
 #include "FailingCalls.h"
 
 #include "CallStack.h"
+#include "ForkShared.h"
+#include "LivingBlocks.h"
 
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -16,7 +17,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 
 #if defined(KSPROXY_ADDRESS_SANITIZER)
@@ -74,25 +74,12 @@ struct State
 };
 
 State *state = nullptr;
-pid_t mainThread = 0;
 thread_local int pauses = 0;
 thread_local bool isLooking = false; // the stack's walker may allocate
 
-struct Block
-{
-    void *place;
-    int depth;
-    void *stack[StackKept];
-};
-
-constexpr std::size_t BlockCount = 1 << 16;
-Block *blocks = nullptr;
-std::atomic<bool> isTracking{false};
-std::atomic_flag blocksLock = ATOMIC_FLAG_INIT;
-
 bool isMainThread()
 {
-    static thread_local const bool isMain = syscall(SYS_gettid) == mainThread;
+    static thread_local const bool isMain = syscall(SYS_gettid) == getpid();
     return isMain;
 }
 
@@ -139,74 +126,19 @@ bool isShortened()
     return state->fault->error == Shortened;
 }
 
-Block *blockAt(std::size_t index)
-{
-    return &blocks[index % BlockCount];
-}
-
-std::size_t firstIndex(const void *place)
-{
-    return (reinterpret_cast<std::uintptr_t>(place) >> 4) * 2654435761U;
-}
-
-void lockBlocks()
-{
-    while (blocksLock.test_and_set(std::memory_order_acquire)) { }
-}
-
-void unlockBlocks()
-{
-    blocksLock.clear(std::memory_order_release);
-}
-
-void *const Gone = reinterpret_cast<void *>(1);
-
 void track(void *place)
 {
-    if (place == nullptr || !isTracking || pauses > 0 || isLooking)
+    if (place == nullptr || pauses > 0 || isLooking)
         return;
     isLooking = true;
-    void *stack[StackKept];
-    const int depth = CallStack::take(stack, StackKept);
+    LivingBlocks::add(place, isMainThread());
     isLooking = false;
-    if (!isMainThread() && !CallStack::hasLibrary(stack, depth))
-        return; // a peer's
-    lockBlocks();
-    for (std::size_t i = firstIndex(place);; ++i) {
-        Block *const block = blockAt(i);
-        if (block->place != nullptr && block->place != Gone)
-            continue;
-        block->place = place;
-        block->depth = depth;
-        std::memcpy(block->stack, stack, sizeof stack);
-        break;
-    }
-    unlockBlocks();
-}
-
-void forget(const void *place)
-{
-    if (place == nullptr || blocks == nullptr)
-        return;
-    lockBlocks();
-    for (std::size_t i = firstIndex(place); blockAt(i)->place != nullptr; ++i) {
-        if (blockAt(i)->place == place) {
-            blockAt(i)->place = Gone;
-            break;
-        }
-    }
-    unlockBlocks();
 }
 
 template <typename Function>
 Function next(Function, const char *name)
 {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
-
-void *sharedMemory(std::size_t size)
-{
-    return mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
 }
 
 } // namespace
@@ -237,7 +169,7 @@ INTERPOSED void *realloc(void *old, size_t size)
 {
     if (isFailing(Allocation, CALLER))
         return nullptr;
-    forget(old);
+    LivingBlocks::remove(old);
     void *const place = SYSTEM_MALLOC(realloc)(old, size);
     track(place != nullptr ? place : old);
     return place;
@@ -245,7 +177,7 @@ INTERPOSED void *realloc(void *old, size_t size)
 
 INTERPOSED void free(void *place)
 {
-    forget(place);
+    LivingBlocks::remove(place);
     SYSTEM_MALLOC(free)(place);
 }
 
@@ -381,8 +313,7 @@ void FailingCalls::arm(const Fault *fault, int failing)
 {
     if (state == nullptr) {
         CallStack::findModules();
-        mainThread = getpid();
-        state = new (sharedMemory(sizeof(State))) State();
+        state = ForkShared<State>::create();
     }
     for (std::atomic<int> &count : state->counts)
         count = 0;
@@ -421,30 +352,6 @@ FailingCalls::Pause::Pause()
 FailingCalls::Pause::~Pause()
 {
     --pauses;
-}
-
-void FailingCalls::startTracking()
-{
-    CallStack::findModules();
-    blocks = static_cast<Block *>(sharedMemory(BlockCount * sizeof(Block)));
-    isTracking = true;
-}
-
-int FailingCalls::survivors()
-{
-    isTracking = false;
-    int count = 0;
-    for (std::size_t i = 0; i < BlockCount; ++i) {
-        if (blocks[i].place == nullptr || blocks[i].place == Gone
-            || CallStack::isKept(blocks[i].stack, blocks[i].depth))
-            continue;
-        ++count;
-        if (getenv("KSPROXY_SHOW_SURVIVORS") != nullptr) {
-            std::fprintf(stderr, "a survivor, made at\n");
-            CallStack::print(blocks[i].stack, blocks[i].depth);
-        }
-    }
-    return count;
 }
 
 void FailingCalls::showFailed()

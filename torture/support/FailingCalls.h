@@ -41,7 +41,8 @@ int leftOut();
 /// Whether the one call has been made to fail.
 bool hasFailed();
 
-/// While it lives, this thread's calls do not count: a constructor has no way to report a failure
+/// While it lives, this thread's calls do not count, and what it allocates is none of the
+/// LivingBlocks: a constructor has no way to report a failure
 /// but an exception, and a peer in this process is none of the library.
 class Pause
 {
@@ -53,12 +54,7 @@ private:
     Q_DISABLE_COPY_MOVE(Pause)
 };
 
-/// Remembers the allocations of threads that do not pause, from now on.
-void startTracking();
-/// How many of them still stand; prints where they were made when the environment has
-/// KSPROXY_SHOW_SURVIVORS.
-int survivors();
-/// Prints where the call that failed came from, likewise.
+/// Prints where the call that failed came from when the environment has KSPROXY_SHOW_SURVIVORS.
 void showFailed();
 
 } // namespace FailingCalls

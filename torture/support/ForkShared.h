@@ -12,6 +12,16 @@ template <typename Object>
 class ForkShared
 {
 public:
+    /// One that stays until the process ends.
+    static Object *create()
+    {
+        void *const memory = mmap(nullptr, sizeof(Object), PROT_READ | PROT_WRITE,
+                                  MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (memory == MAP_FAILED)
+            qFatal("no shared memory");
+        return new (memory) Object;
+    }
+
     ForkShared()
         : m_object(create())
     { }
@@ -29,15 +39,6 @@ public:
 
 private:
     Q_DISABLE_COPY_MOVE(ForkShared)
-
-    static Object *create()
-    {
-        void *const memory = mmap(nullptr, sizeof(Object), PROT_READ | PROT_WRITE,
-                                  MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (memory == MAP_FAILED)
-            qFatal("no shared memory");
-        return new (memory) Object;
-    }
 
     Object *const m_object;
 };
