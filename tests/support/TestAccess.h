@@ -34,7 +34,7 @@ public:
     // As the notify loop takes it.
     static PackageBase *takeAnsweredRequest(Proxy &proxy, quint64 serialNum)
     {
-        return proxy.takeAnsweredRequest(serialNum);
+        return proxy.takeAnsweredRequest(serialNum).data();
     }
 
     static QList<NotifyStruct *> &sendList(Proxy &proxy)

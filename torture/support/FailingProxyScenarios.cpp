@@ -376,7 +376,7 @@ Verdict leaveConnection()
     StagePeer peer;
     {
         StageProxy proxy;
-        const Verdict verdict = proxy.registerAtPeer();
+        Verdict verdict = proxy.registerAtPeer();
         if (verdict.kind != Verdict::Done)
             return verdict;
         if (!sendOrder(proxy, "9:" + longTable()))
