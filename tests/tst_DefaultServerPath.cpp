@@ -83,6 +83,7 @@ private Q_SLOTS:
     void followsALinkToTheLibrary();
     void followsALinkToTheTree();
     void doesNotDependOnTheWorkingFolder();
+    void staysWhenTheLibraryIsDeleted();
 
 private:
     QString path(const QString &name) const
@@ -200,6 +201,15 @@ void tst_DefaultServerPath::doesNotDependOnTheWorkingFolder()
     QVERIFY(QDir::setCurrent(before));
     QCOMPARE(elsewhere, inTheBuildTree);
     QVERIFY(QDir::isAbsolutePath(elsewhere));
+}
+
+void tst_DefaultServerPath::staysWhenTheLibraryIsDeleted()
+{
+    const QString library = QStringLiteral("lib/libksproxyclient.so.0");
+    QVERIFY(copyLibrary(library));
+    const LoadedLibrary loaded(path(library));
+    QVERIFY(QFile::remove(path(library)));
+    QCOMPARE(loaded.defaultServerPath(), path(QStringLiteral("bin/KVTServerMaster")));
 }
 
 KSPROXY_TEST_MAIN(tst_DefaultServerPath)

@@ -8,8 +8,10 @@
 
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -23,7 +25,10 @@ QDir libraryFolder()
         return QDir();
     // Not QFileInfo::canonicalFilePath, which loses what it has when memory runs out.
     const std::unique_ptr<char, void (*)(void *)> file(realpath(info.dli_fname, nullptr), free);
-    return QFileInfo(QFile::decodeName(file.get())).dir();
+    if (!file && errno == ENOMEM)
+        throw std::bad_alloc();
+    // A library that has been deleted since it was loaded has only that name left.
+    return QFileInfo(QFile::decodeName(file ? file.get() : info.dli_fname)).dir();
 }
 
 QString serverBesideLibrary()

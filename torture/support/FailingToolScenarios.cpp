@@ -41,7 +41,10 @@ Verdict lookForAbsentProcess()
 
 Verdict findServerPath()
 {
-    return KsProxyTools::getDefaultServerPath().isEmpty() ? Verdict::reported() : Verdict::done();
+    const QString path = KsProxyTools::getDefaultServerPath();
+    if (path.isEmpty())
+        return Verdict::reported();
+    return Verdict::require(QFileInfo(path).isAbsolute(), "depends on the working folder");
 }
 
 // Whether some server runs on this machine is another's affair: it may only not be contradicted.
