@@ -247,6 +247,7 @@ private:
     void initialise();
     std::unique_ptr<MsgSocketClient> newClient();
     void startWorker(MsgThread **worker, const char *loop);
+    void stopWorkers();
     void stopWorker(MsgThread **worker, QMutex *mutex, QWaitCondition *condition);
     void deletePendingRequests();
     void deleteQueue(QList<NotifyStruct *> *queue, QMutex *mutex, std::atomic<int> *count);

@@ -12,6 +12,7 @@
 #include <QVector>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace {
@@ -55,10 +56,7 @@ void KVTServerMessageOldProxy::Initalize()
     if (guarded([this] { initialise(); }))
         return;
     // Without a client, so that Register says no; a next call starts afresh.
-    m_bNotifyStop = true;
-    m_bSendStop = true;
-    stopWorker(&m_pNotifyThread, &m_notifyMutex, &m_notifyCondition);
-    stopWorker(&m_pSendThread, &m_sendMutex, &m_sendCondition);
+    stopWorkers();
     m_binit = false;
     delete std::exchange(m_pMsgClient, nullptr);
     m_bConnected = false;
@@ -101,6 +99,8 @@ void KVTServerMessageOldProxy::startWorker(MsgThread **worker, const char *loop)
     }
     if (!(*worker)->isRunning())
         (*worker)->start(QThread::InheritPriority);
+    if (!(*worker)->isRunning()) // Qt only warns of a thread for which there is no memory
+        throw std::bad_alloc();
 }
 
 bool KVTServerMessageOldProxy::Register(const QString &name, QString *serverVersion,
@@ -151,15 +151,20 @@ bool KVTServerMessageOldProxy::UnRegister()
 
 void KVTServerMessageOldProxy::Terminate()
 {
-    m_bNotifyStop = true;
-    m_bSendStop = true;
-    stopWorker(&m_pNotifyThread, &m_notifyMutex, &m_notifyCondition);
-    stopWorker(&m_pSendThread, &m_sendMutex, &m_sendCondition);
+    stopWorkers();
     deletePendingRequests();
     deleteQueue(&m_notifyList, &m_notifyMutex, &m_notifyCount);
     deleteQueue(&m_sendList, &m_sendMutex, &m_sendCount);
     clearEquipmentTable();
     m_binit = false;
+}
+
+void KVTServerMessageOldProxy::stopWorkers()
+{
+    m_bNotifyStop = true;
+    m_bSendStop = true;
+    stopWorker(&m_pNotifyThread, &m_notifyMutex, &m_notifyCondition);
+    stopWorker(&m_pSendThread, &m_sendMutex, &m_sendCondition);
 }
 
 // The condition is woken without a worker too: a blocking loop may wait on it.

@@ -10,7 +10,31 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <pthread.h>
+
 namespace {
+
+/// While it lives, no thread can be made: each would get a stack that no memory has room for.
+class NoThreads
+{
+public:
+    NoThreads()
+    {
+        pthread_getattr_default_np(&m_before);
+        pthread_attr_t huge = m_before;
+        pthread_attr_setstacksize(&huge, size_t(1) << 47);
+        pthread_setattr_default_np(&huge);
+    }
+    ~NoThreads()
+    {
+        pthread_setattr_default_np(&m_before);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(NoThreads)
+
+    pthread_attr_t m_before{};
+};
 
 quintptr addressOf(const void *field)
 {
@@ -30,6 +54,7 @@ private Q_SLOTS:
     void makesClientAndWorkersOnce();
     void onlyLogsAtASecondInitalize();
     void keepsAClientThatIsAlreadyThere();
+    void isNotInitialisedWithoutWorkers();
     void pacesBothLoops();
     void givesTheSameErrorCodeInEveryState();
     void hasOperationsThatDoNothing();
@@ -163,6 +188,25 @@ void tst_ProxyLifecycle::keepsAClientThatIsAlreadyThere()
     peer.send(WireBytes::message(9, "k/1/2/A/5") + WireBytes::message(0, ",marker"));
     QTRY_COMPARE_WITH_TIMEOUT(proxy->ServerVer(), QStringLiteral("marker"), WaitLimitMs);
     QCOMPARE(spy.size(), 1);
+}
+
+void tst_ProxyLifecycle::isNotInitialisedWithoutWorkers()
+{
+    LocalPeer peer;
+    const TestProxy proxy;
+    {
+        const NoThreads noThreads;
+        const LogCapture log;
+        proxy->Initalize();
+        QCOMPARE(log.count(QtCriticalMsg, QStringLiteral("out of memory")), 1);
+    }
+    QVERIFY(!TestAccess::isInitialised(*proxy));
+    QVERIFY(!proxy->Register(QString(), nullptr, QString()));
+    QVERIFY(!proxy->isConnectedServer());
+
+    proxy->Initalize();
+    QVERIFY(proxy->Register(QString(), nullptr, QString()));
+    QTRY_COMPARE_WITH_TIMEOUT(peer.bodies().size(), 1, WaitLimitMs);
 }
 
 void tst_ProxyLifecycle::pacesBothLoops()
