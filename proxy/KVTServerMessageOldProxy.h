@@ -242,6 +242,8 @@ public Q_SLOTS:
 private:
     friend class TestAccess;
 
+    // Of a blocking loop, until memory is tried for again.
+    static constexpr unsigned long PauseMs = 10;
     enum class Delivery { Written, Failed, Stopped };
 
     void initialise();
@@ -259,7 +261,7 @@ private:
     NotifyStruct *takeOutgoing();
     NotifyStruct *waitForOutgoing();
     NotifyStruct *takeFirstOutgoing();
-    void transmit(NotifyStruct *entry);
+    bool transmit(NotifyStruct *entry);
     Delivery deliver(const QByteArray &body);
     Delivery deliverThroughOwnThread(const QByteArray &body);
     void returnOutgoing(NotifyStruct *entry);

@@ -10,12 +10,6 @@
 #include <QPointer>
 #include <QThread>
 
-namespace {
-
-constexpr unsigned long PauseMs = 10; // until memory is tried for again
-
-} // namespace
-
 void KVTServerMessageOldProxy::NotifyThreadFun(bool deleteThread)
 {
     Q_UNUSED(deleteThread)

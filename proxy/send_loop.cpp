@@ -17,7 +17,7 @@ void KVTServerMessageOldProxy::SendThreadFun(bool deleteThread)
     if (m_bSendStop || m_pMsgClient == nullptr || m_sendCount == 0 || m_bSendStop)
         return;
     if (NotifyStruct *const entry = takeOutgoing())
-        transmit(entry);
+        transmit(entry); // without memory the next tick tries again
 }
 
 void KVTServerMessageOldProxy::sendThreadProc(bool deleteThread)
@@ -25,8 +25,9 @@ void KVTServerMessageOldProxy::sendThreadProc(bool deleteThread)
     Q_UNUSED(deleteThread)
     const QPointer<KVTServerMessageOldProxy> self(this);
     while (self && !m_bSendStop && m_pMsgClient != nullptr) {
-        if (NotifyStruct *const entry = waitForOutgoing())
-            transmit(entry);
+        NotifyStruct *const entry = waitForOutgoing();
+        if (entry != nullptr && !transmit(entry))
+            QThread::msleep(PauseMs);
     }
 }
 
@@ -55,7 +56,8 @@ NotifyStruct *KVTServerMessageOldProxy::takeFirstOutgoing()
     return entry;
 }
 
-void KVTServerMessageOldProxy::transmit(NotifyStruct *entry)
+// False when memory ran out before anything had happened: the entry stands in the queue again then.
+bool KVTServerMessageOldProxy::transmit(NotifyStruct *entry)
 {
     std::unique_ptr<NotifyStruct> owner(entry);
     PackageBase *const package = entry->packe();
@@ -72,9 +74,9 @@ void KVTServerMessageOldProxy::transmit(NotifyStruct *entry)
         returnOutgoing(owner.release());
     else if (guarded([&] { return deliver(body); }, Delivery::Failed) == Delivery::Failed)
         completeUnwritten(package);
+    return isPending;
 }
 
-// Memory ran out before anything had happened: the next tick tries again.
 void KVTServerMessageOldProxy::returnOutgoing(NotifyStruct *entry)
 {
     PackageBase *const package = entry->packe();

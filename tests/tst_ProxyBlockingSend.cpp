@@ -19,6 +19,7 @@
 #include <QThread>
 
 #include <atomic>
+#include <climits>
 
 namespace {
 
@@ -62,6 +63,7 @@ private Q_SLOTS:
     void completesARequestThatCannotBeWritten();
     void dropsACommandThatCannotBeWritten();
     void leavesAloneARequestThatIsGone();
+    void pausesWithoutMemory();
 };
 
 void tst_ProxyBlockingSend::returnsAtOnceWhenStopped()
@@ -307,6 +309,27 @@ void tst_ProxyBlockingSend::leavesAloneARequestThatIsGone()
     // Its next message shows that it has finished with this one.
     QVERIFY(waitForPending(proxy, 1));
     QCOMPARE(completions.load(), 0);
+}
+
+void tst_ProxyBlockingSend::pausesWithoutMemory()
+{
+    constexpr int Failures = 20;
+    const TestProxy proxy;
+    proxy->creatMsgClient();
+    auto *const entry = new NotifyStruct;
+    const QChar letter = QLatin1Char('a');
+    entry->setInfo(QString::fromRawData(&letter, INT_MAX)); // no array of bytes can be as long
+    TestAccess::appendOutgoing(*proxy, entry);
+    const LogCapture log;
+    const auto failures
+        = [&log] { return log.count(QtCriticalMsg, QStringLiteral("out of memory")); };
+    QElapsedTimer timer;
+    timer.start();
+    const LoopThread loop(&*proxy, SendLoop);
+    QTRY_VERIFY_WITH_TIMEOUT(failures() >= Failures, WaitLimitMs);
+    QVERIFY(pending(proxy).isEmpty());
+    const int failed = failures();
+    QVERIFY2(failed <= timer.elapsed() / 10 + 1, qPrintable(QString::number(failed)));
 }
 
 KSPROXY_TEST_MAIN(tst_ProxyBlockingSend)
