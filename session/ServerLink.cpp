@@ -2,6 +2,7 @@
 
 #include "KVTServerMessageOldProxy.h"
 #include "Later.h"
+#include "PackageBase.h"
 #include "SpareProxies.h"
 
 #include <QCoreApplication>
@@ -54,10 +55,26 @@ ServerLink::ServerLink(int silenceLimitMs)
 ServerLink::~ServerLink()
 {
     m_proxy->disconnect(this);
+    m_proxy->Terminate();
+    leavePending();
     if (m_isUseless)
         delete m_proxy; // it would never connect again
     else
         SpareProxies::keep(m_proxy);
+}
+
+// Without memory the proxy keeps its pending requests and deletes them another time: they may not
+// go with this link then.
+void ServerLink::leavePending()
+{
+    const QObjectList &packages = m_packages.children();
+    for (int i = packages.size() - 1; i >= 0; --i) {
+        auto *const package = static_cast<PackageBase *>(packages.at(i));
+        if (hasLeft(package->getSerialNum())) {
+            package->setCompletionHandler(nullptr); // it would call this link
+            package->setParent(nullptr);
+        }
+    }
 }
 
 void ServerLink::connectProxy()

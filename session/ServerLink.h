@@ -77,6 +77,7 @@ protected:
 private:
     enum class Purpose { Request, Probe, Catcher };
 
+    void leavePending();
     void connectProxy();
     void emitInTurn(std::function<void()> emission);
     void watch();
