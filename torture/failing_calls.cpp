@@ -21,6 +21,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <deque>
@@ -98,6 +99,7 @@ void warmUp(const FailingScenario &scenario)
     }
     try {
         qCritical("warm");
+        qErrnoWarning(EAGAIN, "warm"); // as for a thread that cannot be made
         throw std::bad_alloc();
     } catch (const std::bad_alloc &) {
         qDebug() << "warm";
