@@ -45,7 +45,7 @@ MsgThread::~MsgThread()
 
 void MsgThread::run()
 {
-    // A beat for which there is no memory is left out.
+    // A signal for which there is no memory is left out; the beat comes again.
     guarded([this] { Q_EMIT begionRunEvent(); });
     while (!stop()) {
         if (m_runner != nullptr) {
