@@ -8,6 +8,7 @@ namespace {
 char programName[] = "fuzz";
 char *arguments[] = {programName, nullptr};
 int argumentCount = 1;
+constexpr int MostIdlePasses = 8;
 
 } // namespace
 
@@ -22,11 +23,16 @@ FuzzApplication::FuzzApplication()
     m_application = std::make_unique<QCoreApplication>(argumentCount, arguments);
 }
 
+// A pass says that it has done nothing when another thread is just about to wake this one, although
+// what it has delivered may have posted more. What only an outer loop may delete stays pending.
 void FuzzApplication::settle()
 {
+    QAbstractEventDispatcher *const dispatcher = QCoreApplication::eventDispatcher();
+    int idlePasses = 0;
     do {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    } while (QCoreApplication::eventDispatcher()->processEvents(QEventLoop::AllEvents));
+        idlePasses = dispatcher->processEvents(QEventLoop::AllEvents) ? 0 : idlePasses + 1;
+    } while (idlePasses == 0 || (idlePasses < MostIdlePasses && dispatcher->hasPendingEvents()));
 }
 
 QString FuzzApplication::folder() const
