@@ -109,6 +109,16 @@ Verdict finish(DeviceReply *reply, const StageSession &session)
     return verdict;
 }
 
+// Lets \a scenario happen in a session that has been opened.
+template <typename Scenario>
+Verdict inOpenSession(const Scenario &scenario)
+{
+    StagePeer peer;
+    const StageSession session;
+    Verdict verdict = session.reach();
+    return verdict.kind == Verdict::Done ? scenario(session, peer) : verdict;
+}
+
 Verdict openAndClose()
 {
     StagePeer peer;
@@ -138,22 +148,16 @@ Verdict openAndBeRejected()
 
 Verdict readByReply()
 {
-    StagePeer peer;
-    const StageSession session;
-    Verdict verdict = session.reach();
-    return verdict.kind == Verdict::Done
-        ? finish(session->read({QStringLiteral("COM1"), 0}, 64), session)
-        : verdict;
+    return inOpenSession([](const StageSession &session, const StagePeer &) {
+        return finish(session->read({QStringLiteral("COM1"), 0}, 64), session);
+    });
 }
 
 Verdict writeByReply()
 {
-    StagePeer peer;
-    const StageSession session;
-    Verdict verdict = session.reach();
-    return verdict.kind == Verdict::Done
-        ? finish(session->write({QStringLiteral("COM1"), 0}, QByteArray(10000, 'w')), session)
-        : verdict;
+    return inOpenSession([](const StageSession &session, const StagePeer &) {
+        return finish(session->write({QStringLiteral("COM1"), 0}, QByteArray(10000, 'w')), session);
+    });
 }
 
 Verdict readOfClosedSession()
@@ -165,63 +169,51 @@ Verdict readOfClosedSession()
 
 Verdict abortReply()
 {
-    StagePeer peer;
-    const StageSession session;
-    Verdict verdict = session.reach();
-    if (verdict.kind != Verdict::Done)
-        return verdict;
-    DeviceReply *const reply = session->read({QStringLiteral("silent"), 0}, 4);
-    if (reply != nullptr)
-        reply->abort();
-    return finish(reply, session);
+    return inOpenSession([](const StageSession &session, const StagePeer &) {
+        DeviceReply *const reply = session->read({QStringLiteral("silent"), 0}, 4);
+        if (reply != nullptr)
+            reply->abort();
+        return finish(reply, session);
+    });
 }
 
 Verdict letReplyTimeOut()
 {
-    StagePeer peer;
-    const StageSession session;
-    Verdict verdict = session.reach();
-    return verdict.kind == Verdict::Done
-        ? finish(session->read({QStringLiteral("silent"), 0}, 4, 50), session)
-        : verdict;
+    return inOpenSession([](const StageSession &session, const StagePeer &) {
+        return finish(session->read({QStringLiteral("silent"), 0}, 4, 50), session);
+    });
 }
 
 Verdict closeWithReply()
 {
-    StagePeer peer;
-    const StageSession session;
-    Verdict verdict = session.reach();
-    if (verdict.kind != Verdict::Done)
-        return verdict;
-    DeviceReply *const reply = session->read({QStringLiteral("silent"), 0}, 4);
-    if (reply == nullptr)
+    return inOpenSession([](const StageSession &session, const StagePeer &) {
+        DeviceReply *const reply = session->read({QStringLiteral("silent"), 0}, 4);
+        if (reply == nullptr)
+            return finish(reply, session);
+        session->close();
         return finish(reply, session);
-    session->close();
-    return finish(reply, session);
+    });
 }
 
 Verdict transfer(bool isWriting)
 {
-    StagePeer peer;
-    const StageSession session;
-    Verdict verdict = session.reach();
-    if (verdict.kind != Verdict::Done)
-        return verdict;
-    QScopedPointer<DeviceTransfer> transfer;
-    {
-        const FailingCalls::Pause pause;
-        transfer.reset(new DeviceTransfer(session.get()));
-    }
-    transfer->setChunkBytes(1000);
-    if (isWriting)
-        transfer->write({QStringLiteral("COM1"), 0}, QByteArray(4000, 'w'));
-    else
-        transfer->read({QStringLiteral("COM1"), 0}, 4000);
-    if (!serveUntil([&] { return transfer->isFinished(); }))
-        return Verdict::wrong(QStringLiteral("a transfer never finishes"));
-    return transfer->error() == Code::None
-        ? Verdict::done()
-        : StageSession::reportedBy(transfer->sessionError(), "a transfer failed");
+    return inOpenSession([isWriting](const StageSession &session, const StagePeer &) {
+        QScopedPointer<DeviceTransfer> transfer;
+        {
+            const FailingCalls::Pause pause;
+            transfer.reset(new DeviceTransfer(session.get()));
+        }
+        transfer->setChunkBytes(1000);
+        if (isWriting)
+            transfer->write({QStringLiteral("COM1"), 0}, QByteArray(4000, 'w'));
+        else
+            transfer->read({QStringLiteral("COM1"), 0}, 4000);
+        if (!serveUntil([&] { return transfer->isFinished(); }))
+            return Verdict::wrong(QStringLiteral("a transfer never finishes"));
+        return transfer->error() == Code::None
+            ? Verdict::done()
+            : StageSession::reportedBy(transfer->sessionError(), "a transfer failed");
+    });
 }
 
 Verdict transferRead()
@@ -254,32 +246,27 @@ Verdict comeBack()
 
 Verdict orderByCommand()
 {
-    StagePeer peer;
-    const StageSession session;
-    Verdict verdict = session.reach();
-    if (verdict.kind != Verdict::Done)
-        return verdict;
-    if (!session->connectController(QStringLiteral("COM1")))
-        return StageSession::reportedBy(session->lastError(), "a command was refused");
-    return finish(session->read({QStringLiteral("COM1"), 0}, 4), session);
+    return inOpenSession([](const StageSession &session, const StagePeer &) {
+        if (!session->connectController(QStringLiteral("COM1")))
+            return StageSession::reportedBy(session->lastError(), "a command was refused");
+        return finish(session->read({QStringLiteral("COM1"), 0}, 4), session);
+    });
 }
 
 // Has the server send a message by \a order and waits until \a count of something has come of it.
 Verdict receive(const QByteArray &order, int (StageSession::*count)() const)
 {
-    StagePeer peer;
-    const StageSession session;
-    Verdict verdict = session.reach();
-    if (verdict.kind != Verdict::Done)
-        return verdict;
-    if (!session->sendOrder(order))
-        return StageSession::reportedBy(session->lastError(), "an order was refused");
-    const auto hasCome = [&] { return (session.*count)() > 0; };
-    if (serveUntil([&] { return hasCome() || session->state() != State::Ready; }))
-        return hasCome() ? Verdict::done() : StageSession::reportedBy(session->lastError(), "lost");
-    // An order is dropped without a word when it cannot be written.
-    return peer.messages() == 0 ? Verdict::reported()
-                                : Verdict::wrong(QStringLiteral("a message was lost"));
+    return inOpenSession([&order, count](const StageSession &session, const StagePeer &peer) {
+        if (!session->sendOrder(order))
+            return StageSession::reportedBy(session->lastError(), "an order was refused");
+        const auto hasCome = [&] { return (session.*count)() > 0; };
+        if (serveUntil([&] { return hasCome() || session->state() != State::Ready; }))
+            return hasCome() ? Verdict::done()
+                             : StageSession::reportedBy(session->lastError(), "lost");
+        // An order is dropped without a word when it cannot be written.
+        return peer.messages() == 0 ? Verdict::reported()
+                                    : Verdict::wrong(QStringLiteral("a message was lost"));
+    });
 }
 
 Verdict receiveSessionBroadcast()
