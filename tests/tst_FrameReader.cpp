@@ -40,7 +40,7 @@ struct Stream
 // Frames of all kinds of length, around those at which the reader changes its ways.
 Stream randomStream(QRandomGenerator *random)
 {
-    constexpr int Lengths[] = {0, 1, 16, 600, 4091, 4095, 4096, 4097, 5000, 65536, 200000};
+    constexpr int Lengths[] = {0, 1, 16, 600, 4096, 5000, 8187, 8191, 8192, 8193, 65536, 200000};
     Stream stream;
     for (int i = random->bounded(1, 12); i > 0; --i) {
         const int length = Lengths[random->bounded(int(std::size(Lengths)))] + random->bounded(3);

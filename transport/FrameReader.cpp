@@ -8,7 +8,7 @@
 namespace {
 
 // From here on a read of its own costs less than copying the payload once more.
-constexpr quint32 LongFrame = 4096;
+constexpr quint32 LongFrame = 8192;
 // What a length may claim before any of it has arrived.
 constexpr int TrustedBytes = 1024 * 1024;
 // An array of Qt counts in int, and has a header.
