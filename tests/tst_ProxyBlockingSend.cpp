@@ -313,7 +313,7 @@ void tst_ProxyBlockingSend::leavesAloneARequestThatIsGone()
 
 void tst_ProxyBlockingSend::pausesWithoutMemory()
 {
-#ifdef __SANITIZE_ADDRESS__
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     QSKIP("The sanitizer ends a process that asks for so much.");
 #endif
     constexpr int Failures = 20;

@@ -208,9 +208,10 @@ template <typename Condition>
 void Run::pumpUntil(const char *what, Condition condition)
 {
     const QDeadlineTimer limit(qint64{10} * WaitLimitMs);
-    while (!condition() && !limit.hasExpired())
+    bool holds = condition();
+    for (; !holds && !limit.hasExpired(); holds = condition())
         pump();
-    m_torture->require(condition(), QLatin1String("waited in vain for ") + QLatin1String(what));
+    m_torture->require(holds, QLatin1String("waited in vain for ") + QLatin1String(what));
 }
 
 bool Run::isQueueEmpty() const
