@@ -25,10 +25,12 @@ namespace {
 
 constexpr LoopThread::Loop SendLoop = &KVTServerMessageOldProxy::sendThreadProc;
 
+// Not a shared copy, which would be read after the lock is gone.
 QList<PackageBase *> pending(const TestProxy &proxy)
 {
     const QMutexLocker locker(&TestAccess::requestMutex(*proxy));
-    return TestAccess::requestList(*proxy);
+    const QList<PackageBase *> &list = TestAccess::requestList(*proxy);
+    return {list.cbegin(), list.cend()};
 }
 
 /// Waits, without serving an event of this thread, until that many messages are pending. What is
