@@ -58,7 +58,7 @@ CHAPTERS = {
         "that hangs must be noticed within one and a half times the limit."),
     "failing_calls": Chapter(
         "Every call that can fail",
-        "44 small complete pieces of use of the proxy, the session and the process tools: registering at a server "
+        "Small complete pieces of use of the proxy, the session and the process tools: registering at a server "
         "that lives, is dead or absent, reading, writing, commands, tables, broadcasts, transfers, coming back. "
         "Each allocation, and each call for a socket, a connection, bytes, a file, a pipe or a process, fails once "
         "in turn, in a process of its own: without memory, without a descriptor (that one only, or all from there "
