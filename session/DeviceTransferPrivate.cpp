@@ -136,7 +136,7 @@ void DeviceTransferPrivate::receiveChunk(int chunk, DeviceReply *reply)
 SessionError DeviceTransferPrivate::store(int chunk, const DeviceReply &reply)
 {
     if (reply.error() != SessionError::Code::None || phase == Phase::Writing)
-        return reply.sessionError();
+        return problemOf(reply);
     const QByteArray read = reply.data();
     if (read.size() != sizeOf(chunk))
         return {SessionError::Code::BadReply,
@@ -148,6 +148,16 @@ SessionError DeviceTransferPrivate::store(int chunk, const DeviceReply &reply)
         return compare(chunk, read);
     std::copy(read.cbegin(), read.cend(), data.begin() + offsetOf(chunk));
     return SessionError();
+}
+
+// Where the session has gone between two chunks, that is the reason, not that it is not ready now.
+SessionError DeviceTransferPrivate::problemOf(const DeviceReply &reply) const
+{
+    if (reply.error() != SessionError::Code::NotReady || doneBytes() == 0)
+        return reply.sessionError();
+    if (m_session->state() == DeviceSession::State::Closed)
+        return {SessionError::Code::SessionClosed, tr("The session was closed.")};
+    return {SessionError::Code::ConnectionLost, tr("The session has lost the server.")};
 }
 
 SessionError DeviceTransferPrivate::compare(int chunk, const QByteArray &readBack) const

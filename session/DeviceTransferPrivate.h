@@ -57,6 +57,7 @@ private:
     void sendChunk(int chunk);
     void receiveChunk(int chunk, DeviceReply *reply);
     SessionError store(int chunk, const DeviceReply &reply);
+    SessionError problemOf(const DeviceReply &reply) const;
     SessionError compare(int chunk, const QByteArray &readBack) const;
     void countChunk(int chunk);
     void nextPhase();

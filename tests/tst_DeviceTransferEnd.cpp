@@ -6,7 +6,9 @@
 #include <QSignalSpy>
 #include <QTranslator>
 
+#include <functional>
 #include <new>
+#include <utility>
 
 using Code = SessionError::Code;
 using State = DeviceSession::State;
@@ -37,6 +39,28 @@ public:
     }
 };
 
+/// Does something once, before an object is told what has been posted to it.
+class BeforeTheNextEvent : public QObject
+{
+public:
+    explicit BeforeTheNextEvent(std::function<void()> deed)
+        : m_deed(std::move(deed))
+    { }
+    void watch(QObject *object)
+    {
+        object->installEventFilter(this);
+    }
+    bool eventFilter(QObject *object, QEvent *event) override
+    {
+        if (event->type() == QEvent::MetaCall && m_deed)
+            std::exchange(m_deed, nullptr)();
+        return QObject::eventFilter(object, event);
+    }
+
+private:
+    std::function<void()> m_deed;
+};
+
 } // namespace
 
 /// How a transfer ends before all is moved.
@@ -53,6 +77,8 @@ private Q_SLOTS:
     void ignoresAnAbortBeforeTheStartAndAfterTheEnd();
     void endsWithTheServer();
     void endsWhenTheSessionCloses();
+    void saysWhyWhenTheSessionGoesBetweenTwoChunks_data();
+    void saysWhyWhenTheSessionGoesBetweenTwoChunks();
     void endsWhenTheSessionIsDestroyed();
     void endsWhenThereIsNoMemoryToSaySo();
     void isNotStartedWithoutASession();
@@ -168,6 +194,33 @@ void tst_DeviceTransferEnd::endsWhenTheSessionCloses()
     QVERIFY(waitForEnd(*m_transfer));
     QCOMPARE(m_transfer->error(), Code::SessionClosed);
     compareWithPattern();
+}
+
+void tst_DeviceTransferEnd::saysWhyWhenTheSessionGoesBetweenTwoChunks_data()
+{
+    QTest::addColumn<bool>("comesBack");
+    QTest::addColumn<SessionError::Code>("error");
+    QTest::newRow("closed") << false << Code::SessionClosed;
+    QTest::newRow("not ready any more") << true << Code::ConnectionLost;
+}
+
+void tst_DeviceTransferEnd::saysWhyWhenTheSessionGoesBetweenTwoChunks()
+{
+    QFETCH(bool, comesBack);
+    QFETCH(SessionError::Code, error);
+    m_transfer->setWindow(1);
+    // The second chunk's reply has come, but the transfer has not heard of it yet.
+    BeforeTheNextEvent before([&] {
+        m_session->close();
+        QVERIFY(!comesBack || m_session->open(SessionFixture::options()));
+    });
+    connect(m_transfer, &DeviceTransfer::progress, this,
+            [&] { before.watch(m_session->findChildren<DeviceReply *>().constLast()); });
+    m_transfer->read({Key, 0}, Bytes);
+    QVERIFY(waitForEnd(*m_transfer));
+    QCOMPARE(m_transfer->error(), error);
+    QCOMPARE(m_transfer->data(), pattern(0, 2 * Chunk));
+    QCOMPARE(m_finished, 1);
 }
 
 void tst_DeviceTransferEnd::endsWhenTheSessionIsDestroyed()

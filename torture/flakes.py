@@ -65,6 +65,7 @@ def figures_of(calls):
     for each in rounds:
         for name in each["failed"]:
             failures[name] = failures.get(name, 0) + 1
+    since = next((i for i, each in enumerate(reversed(rounds)) if each["failed"]), len(rounds))
     by_test = ",".join(f"{name}:{count}" for name, count in sorted(failures.items()))
     return {
         "rounds": str(len(rounds)),
@@ -73,6 +74,7 @@ def figures_of(calls):
         "rounds_with_failures": str(sum(1 for each in rounds if each["failed"])),
         "failures": str(sum(failures.values())),
         "failures_by_test": by_test or "none",
+        "rounds_since_failure": str(since),
         "commits": str(len({call["commit"] for call in calls})),
         "median_s": f"{statistics.median(seconds):.0f}",
         "longest_s": f"{max(seconds):.0f}",
