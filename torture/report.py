@@ -108,10 +108,9 @@ CHAPTERS = {
     "flakes": Chapter(
         "The whole test suite again and again",
         "All tests in random order, eight at a time on two cores, without retries. The rounds of several calls are "
-        "added up. A test that fails is looked into before the next call; the one failure of `tst_CtlTransfer` was a "
-        "fault of the library, for which there is `saysWhyWhenTheSessionGoesBetweenTwoChunks` of "
-        "`tst_DeviceTransferEnd` since: a transfer whose session had gone between two of its chunks said that the "
-        "session was not ready, instead of why."),
+        "added up. It has found that a transfer whose session had gone between two of its chunks said that the session "
+        "was not ready, instead of why: `tst_CtlTransfer` failed once in forty rounds, and "
+        "`saysWhyWhenTheSessionGoesBetweenTwoChunks` of `tst_DeviceTransferEnd` shows it each time without the mend."),
 }
 
 
