@@ -25,7 +25,8 @@ class PackageBase;
 ///
 /// Construct, `Initalize`, optionally `startServer`, `Register`; then commands and requests, while
 /// the event loop runs; at the end `UnRegister`, `Terminate` and destruction. The proxy lives on
-/// one thread, the application's: call everything there unless an operation says otherwise. What
+/// one thread, the application's: call everything there unless an operation says otherwise;
+/// commands and requests may be queued from any thread. What
 /// is sent waits in a queue from which one message leaves every 10 ms. Operations report failure
 /// by what they return, also when memory runs out, which is logged as "out of memory" at critical
 /// level; nothing is thrown but what an application's own completion handler throws.
@@ -74,29 +75,36 @@ public:
     /// null and must live until it is completed, on the thread that its handler runs on, the
     /// proxy's. May be called from any thread.
     bool SendRequestReadData(PackageRequestReadData *package) override;
+    ///@{
     /// Not supported: logs "KVTServerMessageOldProxy::SendRequestReadFile not support", critical;
     /// false. The package is left alone. The same holds, each with its own name in the text, for
     /// `SendRequestReadMemData`, `SendRequestWriteFile`, `SendRequestWriteMemData` and
     /// `SendCombinationRequest`.
     bool SendRequestReadFile(PackageRequestReadFile *package) override;
     bool SendRequestReadMemData(PackageRequestReadMemData *package) override;
+    ///@}
     /// As `SendRequestReadData`, but a request without data is queued too; false when not
     /// registered or when the package gives a negative data length.
     bool SendRequestWriteData(PackageRequestWriteData *package) override;
+    ///@{
+    /// Not supported, as `SendRequestReadFile`.
     bool SendRequestWriteFile(PackageRequestWriteFile *package) override;
     bool SendRequestWriteMemData(PackageRequestWriteMemData package) override;
     bool SendCombinationRequest(PackageRequestCombination package) override;
+    ///@}
 
     /// Has the server drop what it has not yet answered. False when not registered.
     bool CancelServerAllSend() override;
     /// The same for one connection key, which may be empty. False when not registered.
     bool CancelServerSend(const QString &connectionKey) override;
 
+    ///@{
     /// Not supported. False when not registered; otherwise logs
     /// "KVTServerMessageOldProxy::SendStartRequestSpecialPacke not support", critical, sets
     /// \a result to 1 and returns true. `SendEndRequestSpecialPacke` likewise.
     bool SendStartRequestSpecialPacke(SpecialPackageRequest *package, int *result) override;
     bool SendEndRequestSpecialPacke(SpecialPackageRequest *package, int *result) override;
+    ///@}
 
     /// Connects to the server (blocks for at most 500 ms) and queues the registration.
     ///
@@ -155,14 +163,18 @@ public:
     /// The server's version, empty until it has confirmed the registration.
     QString ServerVer() const;
 
+    ///@{
     /// How requests are encoded. With anything but text, requests are sent as identifier 6 without
     /// a body and replies are not completed: leave it at text.
     TarnEnum::PackageType packageType() const;
     void setPackageType(const TarnEnum::PackageType &type);
+    ///@}
 
+    ///@{
     /// Do nothing.
     void initHandle();
     void CheckServerRestart();
+    ///@}
 
     /// Makes the socket client if there is none.
     void creatMsgClient();
@@ -221,11 +233,13 @@ public:
     /// and the application's. May be called from any thread.
     PackageBase *MatchRequest(unsigned int serialNumber);
 
+    ///@{
     /// The two loops as blocking variants for a thread that does nothing else; each returns when
     /// `Terminate` is called, the first also when there is no socket client. Have them return
     /// before the proxy is destroyed or initialised again. The library does not use them.
     void sendThreadProc(bool deleteThread);
     void notifyThreadProc(bool deleteThread);
+    ///@}
 
 public Q_SLOTS:
     // In the order of their meta-object indices.

@@ -16,10 +16,10 @@ class DeviceReplyPrivate;
 ///
 /// Connect to `finished`, which comes exactly once and always from the event loop, also when the
 /// request failed at once; then ask `error` and `data`. A reply belongs to its session, which
-/// deletes it, without `finished`, when it is itself destroyed; delete it earlier with
-/// `deleteLater`, or `delete`, at any moment, also inside its own `finished`: the request is then
-/// given up. It lives on the session's thread; another thread's call is refused with a log line and
-/// answered as if there were nothing.
+/// deletes it, without `finished`, when it is itself destroyed, unless another thread's call got
+/// it; delete it earlier with `deleteLater`, or `delete`, at any moment, also inside its own
+/// `finished`: the request is then given up. It lives on the session's thread; another thread's
+/// call is refused with a log line and answered as if there were nothing.
 ///
 /// \code
 /// DeviceReply *reply = session.read({"COM1", 0x40}, 16);
@@ -39,6 +39,7 @@ public:
     /// Whether `finished` has been, or is being, emitted. Until then the getters below may change.
     bool isFinished() const;
 
+    /// How it ended; `SessionError::Code::None` when it ended well or has not ended.
     SessionError::Code error() const;
     /// A sentence that a person can act on; empty when there is no error.
     QString errorString() const;
@@ -62,6 +63,7 @@ public:
     void abort();
 
 Q_SIGNALS:
+    /// There is an outcome. Exactly once, from the event loop.
     void finished();
 
 private:

@@ -25,9 +25,9 @@ class SessionCore;
 /// is refused with a log line and an error. All signals come from the event loop, in the order of
 /// what happened, never from inside a call; a slot may do anything, also delete the session.
 /// Errors are values; nothing is thrown. `read` and `write` return null when memory runs out. What
-/// happens is logged under the category "ksproxy.session": refused calls as warnings, everything
-/// else at debug level, which is off until a logging rule such as "ksproxy.session.debug=true"
-/// switches it on.
+/// happens is logged under the category "ksproxy.session": refused calls, and a server that cannot
+/// be started while the session comes back, as warnings; everything else at debug level, which is
+/// off until a logging rule such as "ksproxy.session.debug=true" switches it on.
 ///
 /// \code
 /// DeviceSession session;
@@ -42,6 +42,7 @@ class KSPROXYSESSION_EXPORT DeviceSession : public QObject
     Q_OBJECT
 
 public:
+    /// See docs/session.md for what leads from one to another.
     enum class State {
         Closed, ///< not opened, closed, or failed: see `lastError`
         StartingServer, ///< no server took connections: its program is being started
@@ -57,6 +58,7 @@ public:
     /// The longest read or write of one request, in bytes. `DeviceTransfer` takes more.
     static constexpr int MaxRequestBytes = 8 * 1024 * 1024;
 
+    /// A session that is `Closed`. Throws `std::bad_alloc` when memory runs out.
     explicit DeviceSession(QObject *parent = nullptr);
     /// Closes; what is still outstanding ends without `finished`. Blocks as `close` does.
     ~DeviceSession() override;
@@ -73,6 +75,7 @@ public:
     /// The connection itself stays and is used again by the next session of this application.
     void close();
 
+    /// May be further on than the last `stateChanged` that was delivered.
     State state() const;
     /// Why the session is `Closed` or `Lost`, or why the last call was refused.
     SessionError lastError() const;
@@ -97,10 +100,12 @@ public:
     bool connectController(const QString &name);
     /// Has the server connect all; `allControllersConnected` follows.
     bool connectAllControllers();
+    ///@{
     /// Has the server drop the requests for that key which it has not answered: they end with
     /// `SessionError::Code::DeviceCancelled`.
     bool cancelRequests(const QString &key);
     bool cancelAllRequests();
+    ///@}
     /// Sends an order of the server's own language, up to its first zero byte.
     bool sendOrder(const QByteArray &order);
     /// Whether the server connects by itself what appears later.
@@ -117,8 +122,11 @@ Q_SIGNALS:
                       const QStringList &changed);
     /// The server begins to connect the equipment at that port.
     void connectionBeginning(const QString &port);
+    /// The server begins to connect all controllers.
     void allControllersConnecting();
+    /// The server has connected all that it could.
     void allControllersConnected();
+    /// The server tells everyone, such as of another application's write.
     void broadcastReceived(const DeviceBroadcast &broadcast);
 
 private:

@@ -29,9 +29,13 @@ class KSPROXYSESSION_EXPORT DeviceTransfer : public QObject
     Q_OBJECT
 
 public:
+    /// Of `setChunkBytes`.
     static constexpr int DefaultChunkBytes = 256 * 1024;
+    ///@{
+    /// Of `setWindow`.
     static constexpr int DefaultWindow = 8;
     static constexpr int MaxWindow = 1000;
+    ///@}
     /// The longest transfer, in bytes: it is held in memory as a whole.
     static constexpr int MaxBytes = 256 * 1024 * 1024;
 
@@ -50,20 +54,26 @@ public:
     /// Whether a write is read back and compared afterwards. Off at first.
     void setVerifying(bool on);
 
+    ///@{
     /// Starts. Takes 1 to `MaxBytes`; another length is refused, as is a range that leaves the
     /// 32-bit addresses; the refusal too comes through `finished`. A second start is refused with a
     /// log line.
     void read(const EquipmentAddress &address, int length);
     void write(const EquipmentAddress &address, const QByteArray &data);
+    ///@}
 
     /// Ends it with `SessionError::Code::Aborted`. No effect before the start and after the end.
     void abort();
 
+    /// Whether `finished` has been, or is being, emitted.
     bool isFinished() const;
+
+    ///@{
+    /// How it ended, as of `DeviceReply`.
     SessionError::Code error() const;
     QString errorString() const;
-    /// The same with the device's result, where there is one.
     SessionError sessionError() const;
+    ///@}
 
     /// What was read, from the start without a gap: everything or, when the transfer ended early,
     /// as far as it came.
@@ -77,6 +87,7 @@ public:
 Q_SIGNALS:
     /// Bytes done so far and in all; verification counts them a second time.
     void progress(qint64 done, qint64 total);
+    /// There is an outcome. Exactly once, from the event loop.
     void finished();
 
 private:

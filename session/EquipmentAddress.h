@@ -8,6 +8,7 @@
 struct EquipmentAddress
 {
     EquipmentAddress() = default;
+    /// The first byte of a piece of equipment's memory, or another, at port and scan board 0.
     EquipmentAddress(const QString &connectionKey, quint32 byteAddress)
         : key(connectionKey)
         , address(byteAddress)
@@ -21,9 +22,9 @@ struct EquipmentAddress
 
     QString key; ///< connection key, a key of the equipment table
     quint32 address = 0; ///< in bytes
-    qint8 port = 0;
-    int scanBoard = 0;
-    int deviceType = 0;
+    qint8 port = 0; ///< of the equipment
+    int scanBoard = 0; ///< behind that port
+    int deviceType = 0; ///< as the equipment has it
 };
 
 Q_DECLARE_METATYPE(EquipmentAddress)

@@ -16,6 +16,7 @@ class KSPROXYSESSION_EXPORT SessionError
     Q_GADGET
 
 public:
+    /// docs/errors.md says what to do about each.
     enum class Code {
         None,
         InvalidArgument, ///< the call asks for something that cannot be
@@ -42,6 +43,7 @@ public:
     Q_ENUM(Code)
 
     SessionError() = default;
+    /// Without a result of the device.
     SessionError(Code errorCode, const QString &sentence);
 
     /// Of a reply with that result; no error for `TarnEnum::Success`.
@@ -50,9 +52,10 @@ public:
     /// Of `Code::OutOfMemory`; made without memory.
     static SessionError outOfMemory();
 
+    /// Whether there is an error.
     explicit operator bool() const;
 
-    Code code = Code::None;
+    Code code = Code::None; ///< what kind of error
     QString text; ///< a sentence that a person can act on; empty when there is no error
     std::optional<TarnEnum::CommResults> deviceResult; ///< where a reply carried one
 };

@@ -11,6 +11,7 @@ struct KSPROXYSESSION_EXPORT ReconnectPolicy
 {
     /// The session stays `Lost`.
     static ReconnectPolicy off();
+    /// Whether it is `off()`.
     bool isOff() const;
 
     int firstDelayMs = 50; ///< 0 for off, else at least 10
@@ -32,7 +33,7 @@ struct KSPROXYSESSION_EXPORT SessionOptions
     /// longer than the equipment's slowest operation. It may take half as long again until that is
     /// noticed.
     int silenceLimitMs = 60000;
-    ReconnectPolicy reconnect;
+    ReconnectPolicy reconnect; ///< how it comes back when the server has gone
 };
 
 #endif

@@ -32,6 +32,7 @@ public:
     MsgThread(int interval, ThreadRunBase *runner);
     ~MsgThread() override;
 
+    /// The beat, until it is stopped; called by the thread itself.
     void run() override;
 
     /// Whether the thread has been asked to stop. Does not stop it.
@@ -39,15 +40,20 @@ public:
     /// Ends the loop at its next check: a sleep in progress is slept to its end first.
     void setStop(bool stop);
 
+    ///@{
+    /// Milliseconds; a change counts from the next sleep on.
     int interval() const;
-    /// Milliseconds, from the next sleep on.
     void setInterval(int interval);
+    ///@}
 
 Q_SIGNALS:
     /// The beat, emitted on the new thread; always false.
     void doInfo(bool deleteThread);
+    ///@{
+    /// For users of the class; the library never emits them.
     void begionRunEvent();
     void endRunEvent();
+    ///@}
 
 private:
     // Relaxed is enough for both: the loop may see a change one round late.

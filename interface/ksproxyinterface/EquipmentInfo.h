@@ -9,10 +9,13 @@
 /// keep their defaults.
 struct LanAdditionalInfo
 {
+    ///@{
+    /// Empty, not null, and 0: what an application puts there is its own affair.
     QString text1 = QLatin1String("");
     qint32 number = 0;
     QString text2 = QLatin1String("");
     QString text3 = QLatin1String("");
+    ///@}
 };
 
 /// One piece of equipment that the server can reach: a plain value, copied whole. The strings of a
@@ -22,11 +25,13 @@ struct EquipmentInfo
 {
     qint16 shortValue = -1; ///< from the server: the low 16 bits of what it sent
     qint64 longValue = 0; ///< from the server
-    bool flag = false;
+    bool flag = false; ///< the application's own, as are the others without a remark
     QString text = QLatin1String(""); ///< from the server
     QString connectionKey = QLatin1String(""); ///< from the server: the key of the table's entry
     QString connectionKeyCopy = QLatin1String(""); ///< the same key again
     qint32 intValue = 256; ///< from the server
+    ///@{
+    /// The application's own.
     QString extraText = QLatin1String("");
     qint64 extraValue = 0;
     LanAdditionalInfo lanInfo;
@@ -34,6 +39,7 @@ struct EquipmentInfo
     QString extraText3 = QLatin1String("");
     qint32 extraInt = 0;
     QVector<EquipmentInfo> children;
+    ///@}
 };
 
 Q_DECLARE_METATYPE(LanAdditionalInfo)

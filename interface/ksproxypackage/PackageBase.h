@@ -38,6 +38,7 @@ struct PackageFields;
 class KSPROXYPACKAGE_EXPORT PackageBase : public QObject
 {
 public:
+    /// What is called with the proxy and the reply when a request is done.
     using CompletionHandler = std::function<void(void *sender, PackageBase *reply)>;
 
     /// A plain package: read/write code -1. Every construction but a copy takes the next serial
@@ -55,44 +56,60 @@ public:
     /// Releases an adopted reply with `deleteLater`.
     ~PackageBase() override;
 
+    ///@{
     /// Where on the equipment: the upper and lower half of the address.
     quint16 getHighAddr() const;
     void setHighAddr(quint16 address);
     quint16 getLowAddr() const;
     void setLowAddr(quint16 address);
+    ///@}
 
+    ///@{
+    /// Where on the equipment, as its kind has it: carried to the server, never looked at here.
     qint8 getDesAddr() const;
     void setDesAddr(qint8 address);
     int getDeviceType() const;
     void setDeviceType(int type);
     qint8 getPortAddr() const;
     void setPortAddr(qint8 address);
+    ///@}
 
+    ///@{
     /// The connection key of the equipment, a key of the equipment table. A key that is not in the
     /// table is sent all the same; the server answers it.
     QString getSeverConnectionKey() const;
     void setServerConnectionKey(const QString &key);
+    ///@}
 
+    ///@{
+    /// As `getDesAddr`.
     int getReserved2() const;
     void setReserved2(int value);
     int getScanBoardAddr() const;
     void setScanBoardAddr(int address);
     qint8 getScrAddr() const;
     void setScrAddr(qint8 address);
+    ///@}
 
+    ///@{
     /// A text of the application's own; travels to the server and back.
     QString getTag() const;
     void setTag(QString tag);
+    ///@}
 
+    ///@{
     /// Milliseconds, for the server. The library keeps no time-out of its own: a request that the
     /// server never answers stays pending.
     int getTimeout() const;
     void setTimeout(int milliseconds);
+    ///@}
 
+    ///@{
     /// The application's own cookie. Never dereferenced and never sent; the reply to a request gets
     /// the request's.
     void *getUserToken() const;
     void setUserToken(void *token);
+    ///@}
 
     /// Identity of a request within the process; a reply carries the number of its request.
     quint64 getSerialNum() const;
@@ -101,13 +118,20 @@ public:
     /// Kind within the read or write family: 0 data, 1 file, 2 memory data.
     int getClientPackageType() const;
 
+    ///@{
+    /// How the request ended; of meaning in a reply. `TarnEnum::Success` in a new package.
     TarnEnum::CommResults getCommResult() const;
     void setCommResult(TarnEnum::CommResults result);
+    ///@}
 
     /// Bytes of data held.
     virtual int getDataLength() const;
+
+    ///@{
+    /// The data that is written, or has been read.
     virtual QByteArray getData() const;
     virtual void setData(const QByteArray &data);
+    ///@}
 
     /// The request in its byte form, see docs/protocol.md.
     virtual QByteArray toByteArray() const;
@@ -144,8 +168,11 @@ protected:
     /// For the kinds of package: fixes the two codes.
     PackageBase(int readWriteCode, int clientPackageType);
 
+    ///@{
+    /// What the package holds, for the library's own kinds; the type is not installed.
     PackageFields &fields();
     const PackageFields &fields() const;
+    ///@}
 
 private:
     bool releaseReply();

@@ -9,8 +9,11 @@ class KSPROXYPACKAGE_EXPORT PackageRequestCombination : public PackageBase
 {
 public:
     PackageRequestCombination();
+    ///@{
+    /// As `PackageBase` copies.
     PackageRequestCombination(const PackageRequestCombination &other) = default;
     PackageRequestCombination &operator=(const PackageRequestCombination &other) = default;
+    ///@}
     ~PackageRequestCombination() override;
 };
 

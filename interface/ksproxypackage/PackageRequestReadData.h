@@ -9,8 +9,11 @@ class KSPROXYPACKAGE_EXPORT PackageRequestReadData : public PackageRequestRead
 {
 public:
     PackageRequestReadData();
+    ///@{
+    /// As `PackageBase` copies.
     PackageRequestReadData(const PackageRequestReadData &other) = default;
     PackageRequestReadData &operator=(const PackageRequestReadData &other) = default;
+    ///@}
     ~PackageRequestReadData() override;
 };
 

@@ -9,8 +9,11 @@ class KSPROXYPACKAGE_EXPORT PackageRequestReadFile : public PackageRequestRead
 {
 public:
     PackageRequestReadFile();
+    ///@{
+    /// As `PackageBase` copies.
     PackageRequestReadFile(const PackageRequestReadFile &other) = default;
     PackageRequestReadFile &operator=(const PackageRequestReadFile &other) = default;
+    ///@}
     ~PackageRequestReadFile() override;
 };
 

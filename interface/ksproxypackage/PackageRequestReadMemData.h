@@ -9,8 +9,11 @@ class KSPROXYPACKAGE_EXPORT PackageRequestReadMemData : public PackageRequestRea
 {
 public:
     PackageRequestReadMemData();
+    ///@{
+    /// As `PackageBase` copies.
     PackageRequestReadMemData(const PackageRequestReadMemData &other) = default;
     PackageRequestReadMemData &operator=(const PackageRequestReadMemData &other) = default;
+    ///@}
     ~PackageRequestReadMemData() override;
 };
 

@@ -16,8 +16,11 @@ public:
 protected:
     /// For the kinds of write request.
     explicit PackageRequestWrite(int clientPackageType);
+    ///@{
+    /// As `PackageBase` copies.
     PackageRequestWrite(const PackageRequestWrite &other) = default;
     PackageRequestWrite &operator=(const PackageRequestWrite &other) = default;
+    ///@}
 };
 
 #endif

@@ -8,8 +8,11 @@ class KSPROXYPACKAGE_EXPORT PackageRequestWriteData : public PackageRequestWrite
 {
 public:
     PackageRequestWriteData();
+    ///@{
+    /// As `PackageBase` copies.
     PackageRequestWriteData(const PackageRequestWriteData &other) = default;
     PackageRequestWriteData &operator=(const PackageRequestWriteData &other) = default;
+    ///@}
     ~PackageRequestWriteData() override;
 };
 

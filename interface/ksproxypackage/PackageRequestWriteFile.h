@@ -9,8 +9,11 @@ class KSPROXYPACKAGE_EXPORT PackageRequestWriteFile : public PackageRequestWrite
 {
 public:
     PackageRequestWriteFile();
+    ///@{
+    /// As `PackageBase` copies.
     PackageRequestWriteFile(const PackageRequestWriteFile &other) = default;
     PackageRequestWriteFile &operator=(const PackageRequestWriteFile &other) = default;
+    ///@}
     ~PackageRequestWriteFile() override;
 };
 

@@ -8,8 +8,11 @@ class KSPROXYPACKAGE_EXPORT PackageRequestWriteMemData : public PackageRequestWr
 {
 public:
     PackageRequestWriteMemData();
+    ///@{
+    /// As `PackageBase` copies.
     PackageRequestWriteMemData(const PackageRequestWriteMemData &other) = default;
     PackageRequestWriteMemData &operator=(const PackageRequestWriteMemData &other) = default;
+    ///@}
     ~PackageRequestWriteMemData() override;
 };
 

@@ -9,9 +9,11 @@ class KSPROXYPACKAGE_EXPORT SpecialPackageRequest : public PackageBase
 {
 public:
     SpecialPackageRequest();
+    ///@{
     /// The copy has the order too.
     SpecialPackageRequest(const SpecialPackageRequest &other) = default;
     SpecialPackageRequest &operator=(const SpecialPackageRequest &other) = default;
+    ///@}
     ~SpecialPackageRequest() override;
 
     /// UTF-8; the proxy sends it up to the first zero byte.
