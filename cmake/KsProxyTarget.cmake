@@ -12,6 +12,8 @@ function(ksproxy_configure_target target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wcast-align
     -Wdouble-promotion -Wformat=2 -Wundef -Wzero-as-null-pointer-constant
+    # Else moc's code alone describes a QObject, and abidw leaves out what the other code defines of it.
+    $<$<CXX_COMPILER_ID:GNU>:-femit-class-debug-always>
     # Clang counts Qt's qCDebug as an extension of the language.
     $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
   set_target_properties(${target} PROPERTIES
@@ -66,13 +68,15 @@ endfunction()
 function(ksproxy_export_header target name)
   generate_export_header(${target} BASE_NAME ${name}
     EXPORT_FILE_NAME "${CMAKE_CURRENT_BINARY_DIR}/include/${name}_export.h")
+  set_target_properties(${target} PROPERTIES
+    KSPROXY_EXPORT_HEADER "${CMAKE_CURRENT_BINARY_DIR}/include/${name}_export.h")
   target_include_directories(${target} PUBLIC
     "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}>"
     "$<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}/include>"
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/ksproxy>")
 endfunction()
 
-# A shared library of this project with its KsProxy:: alias.
+# A shared library of this project with its KsProxy:: alias, which exports what abi/ lists for it.
 function(ksproxy_add_library target alias)
   add_library(${target} SHARED ${ARGN})
   add_library(KsProxy::${alias} ALIAS ${target})
@@ -80,5 +84,8 @@ function(ksproxy_add_library target alias)
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${alias}
     VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR})
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS "${PROJECT_SOURCE_DIR}/abi/lib${target}.map")
+  target_link_options(${target} PRIVATE
+    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/abi/lib${target}.map")
 endfunction()

@@ -119,7 +119,7 @@ void tst_DefaultServerPath::isBesideTheFolderOfAMovedLibrary_data()
 {
     QTest::addColumn<QString>("library");
     QTest::addColumn<QString>("server");
-    const QString name = QStringLiteral("/libksproxyclient.so.0");
+    const QString name = QStringLiteral("/libksproxyclient.so.1");
     QTest::newRow("in lib") << QStringLiteral("lib") + name
                             << QStringLiteral("bin/KVTServerMaster");
     QTest::newRow("deeper in the tree") << QStringLiteral("opt/product/lib") + name
@@ -146,8 +146,8 @@ void tst_DefaultServerPath::isBesideTheFolderOfAMovedLibrary()
 void tst_DefaultServerPath::isTheSameWhetherTheFileExists()
 {
     const QString server = path(QStringLiteral("bin/KVTServerMaster"));
-    QVERIFY(copyLibrary(QStringLiteral("lib/libksproxyclient.so.0")));
-    const LoadedLibrary loaded(path(QStringLiteral("lib/libksproxyclient.so.0")));
+    QVERIFY(copyLibrary(QStringLiteral("lib/libksproxyclient.so.1")));
+    const LoadedLibrary loaded(path(QStringLiteral("lib/libksproxyclient.so.1")));
     QVERIFY(!QFile::exists(server));
     QCOMPARE(loaded.defaultServerPath(), server);
     QVERIFY(makeFile(server));
@@ -156,7 +156,7 @@ void tst_DefaultServerPath::isTheSameWhetherTheFileExists()
 
 void tst_DefaultServerPath::looksOneFolderHigherForADeeperLibrary()
 {
-    const QString library = QStringLiteral("lib/x86_64-linux-gnu/libksproxyclient.so.0");
+    const QString library = QStringLiteral("lib/x86_64-linux-gnu/libksproxyclient.so.1");
     QVERIFY(copyLibrary(library));
     const LoadedLibrary loaded(path(library));
     QCOMPARE(loaded.defaultServerPath(), path(QStringLiteral("lib/bin/KVTServerMaster")));
@@ -166,7 +166,7 @@ void tst_DefaultServerPath::looksOneFolderHigherForADeeperLibrary()
 
 void tst_DefaultServerPath::prefersTheFolderBesideTheLibrary()
 {
-    const QString library = QStringLiteral("product/lib/libksproxyclient.so.0");
+    const QString library = QStringLiteral("product/lib/libksproxyclient.so.1");
     QVERIFY(copyLibrary(library));
     QVERIFY(makeFile(path(QStringLiteral("bin/KVTServerMaster"))));
     QVERIFY(makeFile(path(QStringLiteral("product/bin/KVTServerMaster"))));
@@ -176,19 +176,19 @@ void tst_DefaultServerPath::prefersTheFolderBesideTheLibrary()
 
 void tst_DefaultServerPath::followsALinkToTheLibrary()
 {
-    QVERIFY(copyLibrary(QStringLiteral("product/lib/libksproxyclient.so.0.1.0")));
+    QVERIFY(copyLibrary(QStringLiteral("product/lib/libksproxyclient.so.1.0.0")));
     QVERIFY(QDir(m_tree->path()).mkpath(QStringLiteral("elsewhere/lib")));
-    const QString link = path(QStringLiteral("elsewhere/lib/libksproxyclient.so.0"));
-    QVERIFY(QFile::link(path(QStringLiteral("product/lib/libksproxyclient.so.0.1.0")), link));
+    const QString link = path(QStringLiteral("elsewhere/lib/libksproxyclient.so.1"));
+    QVERIFY(QFile::link(path(QStringLiteral("product/lib/libksproxyclient.so.1.0.0")), link));
     const LoadedLibrary loaded(link);
     QCOMPARE(loaded.defaultServerPath(), path(QStringLiteral("product/bin/KVTServerMaster")));
 }
 
 void tst_DefaultServerPath::followsALinkToTheTree()
 {
-    QVERIFY(copyLibrary(QStringLiteral("product-1/lib/libksproxyclient.so.0")));
+    QVERIFY(copyLibrary(QStringLiteral("product-1/lib/libksproxyclient.so.1")));
     QVERIFY(QFile::link(path(QStringLiteral("product-1")), path(QStringLiteral("product"))));
-    const LoadedLibrary loaded(path(QStringLiteral("product/lib/libksproxyclient.so.0")));
+    const LoadedLibrary loaded(path(QStringLiteral("product/lib/libksproxyclient.so.1")));
     QCOMPARE(loaded.defaultServerPath(), path(QStringLiteral("product-1/bin/KVTServerMaster")));
 }
 
@@ -205,7 +205,7 @@ void tst_DefaultServerPath::doesNotDependOnTheWorkingFolder()
 
 void tst_DefaultServerPath::staysWhenTheLibraryIsDeleted()
 {
-    const QString library = QStringLiteral("lib/libksproxyclient.so.0");
+    const QString library = QStringLiteral("lib/libksproxyclient.so.1");
     QVERIFY(copyLibrary(library));
     const LoadedLibrary loaded(path(library));
     QVERIFY(QFile::remove(path(library)));

@@ -128,7 +128,7 @@ void tst_PackageBinaryInterface::sharesItsTypeInformation()
     QFETCH(QByteArray, symbol);
     // One object in the whole process, and the library hands it out by name.
     QCOMPARE(reinterpret_cast<quintptr>(dlsym(RTLD_DEFAULT, symbol.constData())), known);
-    void *const library = dlopen("libksproxypackage.so.0", RTLD_LAZY | RTLD_NOLOAD);
+    void *const library = dlopen("libksproxypackage.so.1", RTLD_LAZY | RTLD_NOLOAD);
     QVERIFY2(library != nullptr, "the package library is not a library of its own");
     QVERIFY(dlsym(library, symbol.constData()) != nullptr);
     dlclose(library);
