@@ -1,0 +1,42 @@
+
+#ifndef KSPROXYOLDCLIENT_EXPORT_H
+#define KSPROXYOLDCLIENT_EXPORT_H
+
+#ifdef KSPROXYOLDCLIENT_STATIC_DEFINE
+#  define KSPROXYOLDCLIENT_EXPORT
+#  define KSPROXYOLDCLIENT_NO_EXPORT
+#else
+#  ifndef KSPROXYOLDCLIENT_EXPORT
+#    ifdef ksproxyworker_EXPORTS
+        /* We are building this library */
+#      define KSPROXYOLDCLIENT_EXPORT __attribute__((visibility("default")))
+#    else
+        /* We are using this library */
+#      define KSPROXYOLDCLIENT_EXPORT __attribute__((visibility("default")))
+#    endif
+#  endif
+
+#  ifndef KSPROXYOLDCLIENT_NO_EXPORT
+#    define KSPROXYOLDCLIENT_NO_EXPORT __attribute__((visibility("hidden")))
+#  endif
+#endif
+
+#ifndef KSPROXYOLDCLIENT_DEPRECATED
+#  define KSPROXYOLDCLIENT_DEPRECATED __attribute__ ((__deprecated__))
+#endif
+
+#ifndef KSPROXYOLDCLIENT_DEPRECATED_EXPORT
+#  define KSPROXYOLDCLIENT_DEPRECATED_EXPORT KSPROXYOLDCLIENT_EXPORT KSPROXYOLDCLIENT_DEPRECATED
+#endif
+
+#ifndef KSPROXYOLDCLIENT_DEPRECATED_NO_EXPORT
+#  define KSPROXYOLDCLIENT_DEPRECATED_NO_EXPORT KSPROXYOLDCLIENT_NO_EXPORT KSPROXYOLDCLIENT_DEPRECATED
+#endif
+
+#if 0 /* DEFINE_NO_DEPRECATED */
+#  ifndef KSPROXYOLDCLIENT_NO_DEPRECATED
+#    define KSPROXYOLDCLIENT_NO_DEPRECATED
+#  endif
+#endif
+
+#endif /* KSPROXYOLDCLIENT_EXPORT_H */
