@@ -1,3 +1,4 @@
+#include "Document.h"
 #include "RawClient.h"
 #include "ServerProcess.h"
 #include "SteeredServer.h"
@@ -7,7 +8,6 @@
 #include "FaultKinds.h"
 
 #include <QDir>
-#include <QFile>
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QTest>
@@ -16,21 +16,12 @@ namespace {
 
 QString document()
 {
-    QFile file(QStringLiteral(KSPROXY_SOURCE_FOLDER "/docs/simulator.md"));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return Document::text(QStringLiteral("docs/simulator.md"));
 }
 
-// What stands in the fences of that language.
 QStringList blocks(const QString &language)
 {
-    const QRegularExpression fence(QStringLiteral("^```%1\\n(.*?)^```$").arg(language),
-                                   QRegularExpression::MultilineOption
-                                       | QRegularExpression::DotMatchesEverythingOption);
-    QStringList blocks;
-    QRegularExpressionMatchIterator matches = fence.globalMatch(document());
-    while (matches.hasNext())
-        blocks.append(matches.next().captured(1).trimmed());
-    return blocks;
+    return Document::blocks(QStringLiteral("docs/simulator.md"), language);
 }
 
 bool isDialogue(const QString &block)
@@ -45,7 +36,9 @@ QJsonObject parsed(const QString &json)
 
 QStringList shellLines()
 {
-    return blocks(QStringLiteral("sh")).join(QLatin1Char('\n')).split(QLatin1Char('\n'));
+    return blocks(QStringLiteral("sh"))
+        .join(QString())
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 } // namespace
@@ -88,7 +81,7 @@ void tst_SimulatorDocument::answersAsTheDialoguesSay()
     QVERIFY(server.start({QStringLiteral("--scenario"), quiet}));
     RawClient client;
     QVERIFY(client.registerAtServer());
-    const QStringList lines = dialogue.split(QLatin1Char('\n'));
+    const QStringList lines = dialogue.trimmed().split(QLatin1Char('\n'));
     QCOMPARE(lines.size() % 2, 0);
     for (int i = 0; i < lines.size(); i += 2) {
         QVERIFY2(parsed(lines.at(i)).contains(QLatin1String("do")), qPrintable(lines.at(i)));
