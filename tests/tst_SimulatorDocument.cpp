@@ -34,6 +34,22 @@ QJsonObject parsed(const QString &json)
     return QJsonDocument::fromJson(json.toUtf8()).object();
 }
 
+// As the help names them.
+QStringList options()
+{
+    ServerProcess helper;
+    helper.launch({QStringLiteral("--help")});
+    QStringList options;
+    if (!helper.waitForEnd())
+        return options;
+    const QRegularExpression option(QStringLiteral("^  (?:-\\w, )?(--[a-z-]+)"),
+                                    QRegularExpression::MultilineOption);
+    QRegularExpressionMatchIterator matches = option.globalMatch(helper.output());
+    while (matches.hasNext())
+        options.append(matches.next().captured(1));
+    return options;
+}
+
 QStringList shellLines()
 {
     return blocks(QStringLiteral("sh"))
@@ -57,6 +73,7 @@ private Q_SLOTS:
     void startsAsTheCommandLinesSay();
     void answersTheLineFromTheShell();
     void tellsOfEveryOption();
+    void hasEachOptionInTheManual();
     void tellsOfEveryFaultAndItsParameters();
     void tellsOfEveryCommand();
 };
@@ -152,18 +169,23 @@ void tst_SimulatorDocument::answersTheLineFromTheShell()
 
 void tst_SimulatorDocument::tellsOfEveryOption()
 {
-    ServerProcess helper;
-    helper.launch({QStringLiteral("--help")});
-    QVERIFY(helper.waitForEnd());
-    const QRegularExpression option(QStringLiteral("--[a-z-]+"));
-    QRegularExpressionMatchIterator matches = option.globalMatch(helper.output());
-    QStringList options;
-    while (matches.hasNext())
-        options.append(matches.next().captured());
-    for (const char *name : {"--scenario", "--control", "--config"})
-        QVERIFY2(options.contains(QLatin1String(name)), name);
-    for (const QString &name : qAsConst(options))
+    const QStringList all = options();
+    QCOMPARE(all.size(), 9);
+    for (const QString &name : all)
         QVERIFY2(document().contains(QLatin1Char('`') + name), qPrintable(name));
+}
+
+void tst_SimulatorDocument::hasEachOptionInTheManual()
+{
+    const QString manual = Document::text(QStringLiteral("server/KVTServerMaster.1"));
+    const QStringList all = options();
+    for (const QString &name : all) {
+        const QRegularExpression item(
+            QStringLiteral("^\\.It (?:Fl \\w , )?Fl %1\\b").arg(name.mid(1)),
+            QRegularExpression::MultilineOption);
+        QVERIFY2(item.match(manual).hasMatch(), qPrintable(name));
+    }
+    QCOMPARE(manual.count(QLatin1String("\n.It Fl ")), all.size());
 }
 
 void tst_SimulatorDocument::tellsOfEveryFaultAndItsParameters()
