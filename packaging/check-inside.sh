@@ -8,11 +8,8 @@ say() { printf '== %s\n' "$*"; }
 die() { printf 'check-inside.sh: %s\n' "$*" >&2; exit 1; }
 install() { apt-get install -y -qq --no-install-recommends "$@" >/ksproxy/apt.log 2>&1 || { cat /ksproxy/apt.log >&2; exit 1; }; }
 
-say "installing a compiler, CMake, make and pkg-config"
-apt-get update -qq
-install g++ cmake make pkgconf
-
 say "installing the packages, as the first page says"
+apt-get update -qq
 echo 'APT::Get::Assume-Yes "true";' >/etc/apt/apt.conf.d/yes
 bash -e first/install.sh >/ksproxy/apt.log 2>&1 || { cat /ksproxy/apt.log >&2; exit 1; }
 say "installing the other packages"

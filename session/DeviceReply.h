@@ -22,10 +22,12 @@ class DeviceReplyPrivate;
 /// call is refused with a log line and answered as if there were nothing.
 ///
 /// \code
-/// DeviceReply *reply = session.read({"COM1", 0x40}, 16);
+/// DeviceReply *reply = session.read({QStringLiteral("COM1"), 0x40}, 16);
 /// QObject::connect(reply, &DeviceReply::finished, reply, [reply] {
-///     qInfo() << (reply->error() == SessionError::Code::None ? reply->data().toHex()
-///                                                            : reply->errorString());
+///     if (reply->error() == SessionError::Code::None)
+///         qInfo() << reply->data().toHex();
+///     else
+///         qWarning() << reply->errorString();
 ///     reply->deleteLater();
 /// });
 /// \endcode

@@ -33,7 +33,7 @@ class SessionCore;
 /// DeviceSession session;
 /// QObject::connect(&session, &DeviceSession::stateChanged, [&](DeviceSession::State state) {
 ///     if (state == DeviceSession::State::Ready)
-///         DeviceReply *reply = session.read({"COM1", 0x40}, 16);
+///         session.connectAllControllers();
 /// });
 /// session.open();
 /// \endcode
@@ -42,7 +42,7 @@ class KSPROXYSESSION_EXPORT DeviceSession : public QObject
     Q_OBJECT
 
 public:
-    /// See docs/session.md for what leads from one to another.
+    /// See the page on the session layer for what leads from one to another.
     enum class State {
         Closed, ///< not opened, closed, or failed: see `lastError`
         StartingServer, ///< no server took connections: its program is being started
@@ -77,16 +77,18 @@ public:
 
     /// May be further on than the last `stateChanged` that was delivered.
     State state() const;
-    /// Why the session is `Closed` or `Lost`, or why the last call was refused.
+    /// Why the session is `Closed` or `Lost`, or why the last call was refused: the later of the
+    /// two. Stays until the next one, `open`, `close` or the confirmation. A slot is better served
+    /// by `errorOccurred`, which a refused call does not emit.
     SessionError lastError() const;
     /// Empty until the server has confirmed; some servers have none.
     QString serverVersion() const;
     /// What the server can reach, by connection key, as it last said; also while `Lost`.
     QMap<QString, EquipmentInfo> equipmentTable() const;
 
-    /// Reads \a length bytes, 1 to `MaxRequestBytes`. Never null, also when the call is refused;
-    /// see `DeviceReply` for who owns it. \a timeoutMs counts from the call, and the server is told
-    /// it too.
+    /// Reads \a length bytes, 1 to `MaxRequestBytes`. Null only when memory runs out, not when the
+    /// call is refused; see `DeviceReply` for who owns it. \a timeoutMs counts from the call, and
+    /// the server is told it too.
     DeviceReply *read(const EquipmentAddress &address, int length, int timeoutMs = DefaultTimeout);
     /// Writes \a data, at most `MaxRequestBytes`. Writing nothing asks whether the equipment is
     /// there.
@@ -96,13 +98,15 @@ public:
     // Commands. False, with `lastError` set, when the session is not `Ready`; true only says that
     // the command is on its way, in its turn after the requests before it.
 
-    /// Has the server connect one controller; `connectionBeginning` and `tableChanged` follow.
+    /// Has the server connect one controller; `connectionBeginning` follows unless the
+    /// server knows no such controller, and `tableChanged`
+    /// if that changes the table.
     bool connectController(const QString &name);
     /// Has the server connect all; `allControllersConnected` follows.
     bool connectAllControllers();
     ///@{
-    /// Has the server drop the requests for that key which it has not answered: they end with
-    /// `SessionError::Code::DeviceCancelled`.
+    /// Has the server drop the requests for that key, or all, which it has not answered: they end
+    /// with `SessionError::Code::DeviceCancelled`.
     bool cancelRequests(const QString &key);
     bool cancelAllRequests();
     ///@}

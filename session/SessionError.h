@@ -16,7 +16,7 @@ class KSPROXYSESSION_EXPORT SessionError
     Q_GADGET
 
 public:
-    /// docs/errors.md says what to do about each.
+    /// The page on errors and log lines says what to do about each.
     enum class Code {
         None,
         InvalidArgument, ///< the call asks for something that cannot be

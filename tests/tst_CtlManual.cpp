@@ -60,7 +60,7 @@ QString tst_CtlManual::part(const QString &name) const
 
 QSet<QString> tst_CtlManual::optionsIn(const QString &text)
 {
-    static const QRegularExpression option(QStringLiteral("^\\.It Fl (-[a-z-]+)"),
+    static const QRegularExpression option(QStringLiteral("^\\.It (?:Fl h , )?Fl (-[a-z-]+)"),
                                            QRegularExpression::MultilineOption);
     QSet<QString> options;
     QRegularExpressionMatchIterator matches = option.globalMatch(text);

@@ -50,7 +50,8 @@ Q_SIGNALS:
     /// The beat, emitted on the new thread; always false.
     void doInfo(bool deleteThread);
     ///@{
-    /// For users of the class; the library never emits them.
+    /// Once each, emitted on the new thread: when `run` begins, and when it has left its loop; with
+    /// a runner too. Nothing in the library is connected to them.
     void begionRunEvent();
     void endRunEvent();
     ///@}

@@ -16,7 +16,8 @@ class PackageBase;
 ///
 /// Written by its producer before it is queued and read by its consumer afterwards; the queue's
 /// mutex orders the two, the entry has no lock. It owns its texts, its bytes and its share of
-/// `info`, never what `packe` and `reply` point to. Logs nothing and cannot fail.
+/// `info`, never what `packe` and `reply` point to. Logs nothing and throws
+/// nothing but `std::bad_alloc`.
 class KSPROXYOLDCLIENT_EXPORT NotifyStruct : public QObject
 {
 public:

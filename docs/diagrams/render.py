@@ -13,9 +13,11 @@ FOLDER = pathlib.Path(__file__).resolve().parent
 FONT = "DejaVu Sans,Helvetica,sans-serif"
 INK = "#24292f"
 PAPER = "#f3f6fa"
-DARK = {INK: "#d7dde4", PAPER: "#1d232b"}
+# A picture brings its own page: the one that it stands on may stay white in the dark.
+PAGE = "#ffffff"
+DARK = {INK: "#d7dde4", PAPER: "#1d232b", PAGE: "#0d1117"}
 LOOK = [
-    "-Gbgcolor=transparent", f"-Gcolor={INK}", f"-Gfontcolor={INK}", f"-Gfontname={FONT}", "-Gfontsize=12",
+    f"-Gbgcolor={PAGE}", f"-Gcolor={INK}", f"-Gfontcolor={INK}", f"-Gfontname={FONT}", "-Gfontsize=12",
     "-Gstyle=rounded", "-Nshape=box", "-Nstyle=rounded,filled", f"-Nfillcolor={PAPER}", f"-Ncolor={INK}",
     f"-Nfontcolor={INK}", f"-Nfontname={FONT}", "-Nfontsize=12", f"-Ecolor={INK}", f"-Efontcolor={INK}",
     f"-Efontname={FONT}", "-Efontsize=11",

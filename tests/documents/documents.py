@@ -3,7 +3,8 @@
 
 usage: documents.py check                 every fence is of a kind that some test takes, their ./dev verbs exist,
                                           and the pages that claim to be complete are
-       documents.py programs FOLDER       the C++ in them as programs, and a list of their names
+       documents.py programs FOLDER       the C++ in them and in the public headers as programs, and a list of their
+                                          names
        documents.py first-program FOLDER  the pieces of docs/getting-started.md as files
        documents.py session DOCUMENT      the session that it shows
        documents.py shell DOCUMENT        the lines for the shell that it shows
@@ -40,6 +41,28 @@ INCLUDES = """#include <DeviceReply.h>
 """
 
 
+# What an example of a header may use without making it.
+HEADER_EXAMPLE = """#include <DeviceReply.h>
+#include <DeviceSession.h>
+#include <KVTServerMessageOldProxy.h>
+#include <PackageRequestReadData.h>
+
+#include <QDeadlineTimer>
+#include <QDebug>
+
+int example({parameters})
+{{
+{body}return 0;
+}}
+
+int main()
+{{
+return 0;
+}}
+"""
+PARAMETERS = {"proxy": "KVTServerMessageOldProxy &", "session": "DeviceSession &"}
+
+
 class Block(NamedTuple):
     document: str
     title: str  # the file name that stands before it
@@ -72,18 +95,39 @@ def program_of(text):
             f"QCoreApplication application(argc, argv);\n{body}{end}}}\n")
 
 
+def header_examples():
+    """What stands between \\code and \\endcode in the headers, by the header's name."""
+    for folder in ("interface", "proxy", "session", "worker"):
+        for header in sorted((ROOT / folder).rglob("*.h")):
+            for text in re.findall(r"^/// \\code\n(.*?)^/// \\endcode$", header.read_text(), re.MULTILINE | re.DOTALL):
+                yield header.stem, re.sub(r"^/// ?", "", text, flags=re.MULTILINE)
+
+
+def program_of_example(text):
+    made = set(re.findall(r"^\w+ (\w+);$", text, re.MULTILINE))
+    used = [name for name in PARAMETERS if re.search(rf"\b{name}\b", text) and name not in made]
+    return HEADER_EXAMPLE.format(parameters=", ".join(PARAMETERS[name] + name for name in used), body=text)
+
+
+def write_if_changed(target, text):
+    if not target.exists() or target.read_text() != text:
+        target.write_text(text)
+
+
 def write_programs(folder):
     folder.mkdir(parents=True, exist_ok=True)
     names = []
+    for header, text in header_examples():
+        name = f"document_header_{header.lower()}"
+        write_if_changed(folder / f"{name}.cpp", program_of_example(text))
+        names.append(f"{name}:endless")
     for block in all_blocks():
         if block.language != "cpp":
             continue
         stem = pathlib.Path(block.document).stem.lower().replace("-", "_")
-        name = f"document_{stem}_{sum(1 for each in names if stem in each) + 1}"
-        target = folder / f"{name}.cpp"
+        name = f"document_{stem}_{sum(1 for each in names if each.startswith(f'document_{stem}_')) + 1}"
         program = program_of(block.text)
-        if not target.exists() or target.read_text() != program:
-            target.write_text(program)
+        write_if_changed(folder / f"{name}.cpp", program)
         # One that never quits is compiled only.
         names.append(name if re.search(r"::(quit|exit)\(", program) else f"{name}:endless")
     print(";".join(names), end="")
@@ -163,8 +207,16 @@ def missing_files():
                 yield f"{path.relative_to(ROOT)}: there is no test {name}"
 
 
+def hidden_code():
+    """Code in a form that the tests do not see."""
+    for path in documents():
+        text = FENCE.sub("", path.read_text())
+        for line in re.findall(r"^(?:~~~|```|\t| {4,}(?![-*|]|\d+\.)).*", text, re.MULTILINE):
+            yield f"{path.relative_to(ROOT)}: code that no test sees: {line.strip()}"
+
+
 def check():
-    problems = [*missing_log_texts(), *missing_sentences(), *missing_operations(), *missing_files()]
+    problems = [*missing_log_texts(), *missing_sentences(), *missing_operations(), *missing_files(), *hidden_code()]
     verbs = set(re.findall(r"^  (\w+)", (ROOT / "dev").read_text().split("TEXT")[1], re.MULTILINE))
     for block in all_blocks():
         where = f"{block.document}: ```{block.language} {block.text.splitlines()[0]}"

@@ -46,6 +46,14 @@ for folder in "$examples"/*/; do
     LD_LIBRARY_PATH=${libraries:-} run "$name, with pkg-config" "$copy/$name"
 done
 
+# A component that is not there is named.
+mkdir -p "$work/components"
+printf 'cmake_minimum_required(VERSION 3.16)\nproject(components LANGUAGES CXX)\n%s\n' \
+    'find_package(KsProxy 1 REQUIRED COMPONENTS Client session)' >"$work/components/CMakeLists.txt"
+! cmake -S "$work/components" -B "$work/components/build" "${cmake_prefix[@]}" >/dev/null 2>"$work/errors" ||
+    die "a component that is not there is found"
+grep -q 'has no component "session"' "$work/errors" || die "a component that is not there is not named"
+
 # Each header stands on its own.
 for header in "$prefix"/include/ksproxy/*.h; do
     # shellcheck disable=SC2046 # several words

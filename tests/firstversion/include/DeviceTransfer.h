@@ -18,12 +18,12 @@ class DeviceTransferPrivate;
 ///
 /// Make one for each transfer, set what is to differ, start it with `read` or `write`, and wait
 /// for `finished`, which comes exactly once and always from the event loop. It lives on the
-/// session's thread, where alone it may be called, and must not outlive the session by more than
-/// its own end: a session that is destroyed ends it with `SessionError::Code::SessionClosed`. It
-/// may be deleted at any moment; what the server has by then, it has.
+/// session's thread, where alone it may be called, and may outlive the session, whose destruction
+/// ends it with `SessionError::Code::SessionClosed`. It may be deleted at any moment; what the
+/// server has by then, it has.
 ///
-/// About 100 messages a second leave, so the chunk size decides the speed: see docs/session.md for
-/// figures.
+/// About 100 messages a second leave, so the chunk size decides the speed: see the page on the
+/// session layer.
 class KSPROXYSESSION_EXPORT DeviceTransfer : public QObject
 {
     Q_OBJECT

@@ -29,16 +29,25 @@ class PackageBase;
 /// commands and requests may be queued from any thread. What
 /// is sent waits in a queue from which one message leaves every 10 ms. Operations report failure
 /// by what they return, also when memory runs out, which is logged as "out of memory" at critical
-/// level; nothing is thrown but what an application's own completion handler throws.
+/// level; nothing is thrown but what an application's own completion handler throws, and where an
+/// operation says so.
 /// Handlers and slots must not delete the proxy, nor a request that they are called for; they may
 /// call `deleteLater`.
 ///
 /// \code
 /// KVTServerMessageOldProxy proxy;
 /// proxy.Initalize();
-/// QString version;
-/// if (!proxy.startServer(QString()) || !proxy.Register(QString(), &version, QString()))
+/// if (!proxy.startServer(QString()))
 ///     return 1;
+/// QString version;
+/// QDeadlineTimer deadline(5000); // a server that has just been started does not listen yet
+/// while (!proxy.Register(QString(), &version, QString())) {
+///     if (deadline.hasExpired())
+///         return 1;
+/// }
+/// auto *request = new PackageRequestReadData;
+/// request->setServerConnectionKey(QStringLiteral("COM1"));
+/// request->setReadLength(16);
 /// proxy.SendRequestReadData(request); // its completion handler is called from the event loop
 /// \endcode
 class KSPROXYOLDCLIENT_EXPORT KVTServerMessageOldProxy : public IKVTServerBaseProxy
@@ -151,9 +160,10 @@ public:
     /// Sends the order's bytes up to the first zero byte. False when not registered. \a request
     /// stays the caller's, must not be null, and is neither kept nor completed.
     bool SendRequestOrder(SpecialPackageRequest *request);
-    /// Whether equipment that appears later is connected by itself. False when not registered.
+    /// Has the server connect, or not, by itself what appears later. False when not registered.
     bool SetAutoConnectSwitch(bool on);
-    /// Queues a command, registered or not; always true. May be called from any thread.
+    /// Queues a command, registered or not; true unless memory runs out. May be called from any
+    /// thread.
     bool SendCommand(TarnEnum::MessageIDs id, QString info);
 
     /// Whether the last `Register` reached the server, or `startServer` saw its process;
@@ -209,8 +219,8 @@ public:
     /// empty text, and when the interface threw a text, which is then logged at debug level.
     bool ParseEquipmentTable(QString table);
 
-    /// Encodes and queues \a package without looking at the registration; always true. May be
-    /// called from any thread. The package stays the caller's.
+    /// Encodes and queues \a package without looking at the registration; true unless memory runs
+    /// out. May be called from any thread. The package stays the caller's.
     bool SendPackageMessage(PackageBase *package);
     /// Identifier and text under which \a package is sent; a null package leaves both alone.
     void ParseSendPackageInfo(PackageBase *package, TarnEnum::MessageIDs *id, QString *text);

@@ -25,7 +25,8 @@ public:
     static bool checkProcessRunning(const QString &name, unsigned long long &pid);
 
     /// Where this installation has the server: `bin/KVTServerMaster` beside the folder that holds
-    /// the loaded libksproxyclient, so the tree can be moved. The file need not exist.
+    /// the loaded libksproxyclient, or one folder higher where it is only there (libraries in
+    /// lib/ARCHITECTURE); so the tree can be moved. The file need not exist.
     static QString getDefaultServerPath();
 };
 

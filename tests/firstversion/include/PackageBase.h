@@ -22,15 +22,16 @@ struct PackageFields;
 /// live until it is completed: the proxy keeps a bare pointer to it, and only
 /// `KVTServerMessageOldProxy::Terminate` deletes packages, namely those that still wait for a
 /// reply. A package has no lock: touch it from one thread at a time, and have it live
-/// (`QObject::thread`) on the one that its handler runs on, the proxy's. Nothing here logs or
-/// throws.
+/// (`QObject::thread`) on the one that its handler runs on, the proxy's. Throws nothing but
+/// `std::bad_alloc`, and what a completion handler throws; logs nothing but "out of memory", at
+/// critical level.
 ///
 /// \code
 /// auto *request = new PackageRequestReadData;
-/// request->setServerConnectionKey(key);
+/// request->setServerConnectionKey(QStringLiteral("COM1"));
 /// request->setReadLength(16);
 /// request->setCompletionHandler([request](void *, PackageBase *reply) {
-///     show(reply->getCommResult(), reply->getData());
+///     qInfo() << reply->getCommResult() << reply->getData();
 ///     request->deleteLater();
 /// });
 /// proxy.SendRequestReadData(request);
@@ -133,7 +134,7 @@ public:
     virtual void setData(const QByteArray &data);
     ///@}
 
-    /// The request in its byte form, see docs/protocol.md.
+    /// The request in its byte form, see the page on the wire protocol.
     virtual QByteArray toByteArray() const;
     /// The package as a reply text: header, result and data. ASCII only.
     virtual QString toReplyString() const;

@@ -3,8 +3,8 @@
 
 #include "PackageRequestRead.h"
 
-/// Reads a file of the equipment. The proxy does not send it; it makes one from a reply of its
-/// kind.
+/// Reads a file of the equipment. `SendRequestReadFile` does not send it,
+/// `SendPackageMessage` does; the proxy makes one from a reply of its kind.
 class KSPROXYPACKAGE_EXPORT PackageRequestReadFile : public PackageRequestRead
 {
 public:

@@ -3,8 +3,8 @@
 
 #include "PackageRequestWrite.h"
 
-/// Writes a file of the equipment. The proxy does not send it; it makes one from a reply of its
-/// kind.
+/// Writes a file of the equipment. `SendRequestWriteFile` does not send it,
+/// `SendPackageMessage` does; the proxy makes one from a reply of its kind.
 class KSPROXYPACKAGE_EXPORT PackageRequestWriteFile : public PackageRequestWrite
 {
 public:
