@@ -1,4 +1,5 @@
 #include "NamedServer.h"
+#include "ServerProcess.h"
 #include "TestMain.h"
 #include "Waiting.h"
 
@@ -10,6 +11,14 @@ namespace {
 
 const QString Quickstart = QStringLiteral(KSPROXY_QUICKSTART_PROGRAM);
 const QString Session = QStringLiteral(KSPROXY_SESSION_PROGRAM);
+
+QString written(const char *name, const char *text)
+{
+    QFile file(testFolder() + QLatin1Char('/') + QLatin1String(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) < 0)
+        qFatal("%s cannot be written", name);
+    return file.fileName();
+}
 
 } // namespace
 
@@ -28,6 +37,8 @@ private Q_SLOTS:
     void saysThatTheServerCannotBeStarted();
     void doesTheSameWithASession();
     void saysThatASessionCannotStartTheServer();
+    void saysThatThereIsNoEquipment();
+    void saysThatTheServerHasGone();
     void runsWhatTheDemoProposes();
 
 private:
@@ -109,6 +120,34 @@ void tst_Examples::saysThatASessionCannotStartTheServer()
     QVERIFY2(m_output.contains(QLatin1String("\"/no/such/server\" cannot be started")),
              qPrintable(m_output));
     QVERIFY(m_output.endsWith(QLatin1String("Failed.\n")));
+}
+
+void tst_Examples::saysThatThereIsNoEquipment()
+{
+    ServerProcess server;
+    QVERIFY(
+        server.start({QStringLiteral("--config"), written("none.json", R"({"equipment": []})")}));
+    run(Session);
+    QCOMPARE(m_exitCode, 1);
+    QVERIFY2(m_output.contains(QLatin1String("The server has no equipment.")),
+             qPrintable(m_output));
+    server.terminate();
+    QVERIFY(server.waitForEnd());
+}
+
+// It goes when it should say (7) that it connects all controllers.
+void tst_Examples::saysThatTheServerHasGone()
+{
+    ServerProcess server;
+    QVERIFY(server.start({QStringLiteral("--scenario"),
+                          written("gone.json", R"({"faults": [{"fault": "exit", "ids": [7]}]})")}));
+    run(Session);
+    QCOMPARE(m_exitCode, 1);
+    QVERIFY2(m_output.contains(QLatin1String("The connection to the server is broken.")),
+             qPrintable(m_output));
+    QVERIFY(server.waitForEnd());
+    QVERIFY(NamedServer::stop()); // the session may have started another
+    QFile::remove(testFolder() + QLatin1String("/tarnSver")); // this one went without a goodbye
 }
 
 // The commands that ./dev demo ends with, as a user copies them.

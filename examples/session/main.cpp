@@ -38,6 +38,20 @@ bool open(DeviceSession *session, const QString &serverPath)
     return true;
 }
 
+// All controllers are asked to connect; the answer may take a while, and the server may go
+// meanwhile.
+bool connectControllers(DeviceSession *session)
+{
+    QEventLoop loop;
+    QObject::connect(session, &DeviceSession::allControllersConnected, &loop, &QEventLoop::quit);
+    QObject::connect(session, &DeviceSession::stateChanged, &loop, &QEventLoop::quit);
+    if (session->connectAllControllers())
+        loop.exec();
+    if (session->state() != DeviceSession::State::Ready)
+        out << session->lastError().text << Qt::endl;
+    return session->state() == DeviceSession::State::Ready;
+}
+
 void showTable(const DeviceSession &session)
 {
     const QMap<QString, EquipmentInfo> table = session.equipmentTable();
@@ -72,11 +86,13 @@ bool writeAndReadBack(DeviceSession *session, const QString &key)
 
 bool run(DeviceSession *session, const QString &serverPath)
 {
-    if (!open(session, serverPath))
+    if (!open(session, serverPath) || !connectControllers(session))
         return false;
-    session->connectAllControllers();
-    waitFor(session, &DeviceSession::allControllersConnected);
     showTable(*session);
+    if (session->equipmentTable().isEmpty()) {
+        out << "The server has no equipment." << Qt::endl;
+        return false;
+    }
     return writeAndReadBack(session, session->equipmentTable().firstKey());
 }
 
