@@ -19,6 +19,8 @@ def type_names(root):
 
     def name(identity):
         each = elements[identity]
+        if each.tag == "typedef-decl" and each.get("type-id") in elements:
+            return name(each.get("type-id"))
         if each.tag in MADE_OF:
             return name(each.get("type-id")) + MADE_OF[each.tag]
         return each.get("name", each.tag)

@@ -2,6 +2,12 @@
 # relative, so the installed tree can be moved.
 include(CMakePackageConfigHelpers)
 
+foreach(folder IN ITEMS BINDIR INCLUDEDIR LIBDIR)
+  if(KSPROXY_INSTALL AND IS_ABSOLUTE "${CMAKE_INSTALL_${folder}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${folder} must be relative to the prefix: the installed tree can be moved")
+  endif()
+endforeach()
+
 set(KSPROXY_INCLUDE_FOLDER "${CMAKE_INSTALL_INCLUDEDIR}/ksproxy")
 set(KSPROXY_CMAKE_FOLDER "${CMAKE_INSTALL_LIBDIR}/cmake/KsProxy")
 set(KSPROXY_PKGCONFIG_FOLDER "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -86,6 +86,7 @@ function(ksproxy_add_library target alias)
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS "${PROJECT_SOURCE_DIR}/abi/lib${target}.map")
+  # Never unloaded, not even with a plugin that brought it: it leaves things behind that point into it.
   target_link_options(${target} PRIVATE
-    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/abi/lib${target}.map")
+    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/abi/lib${target}.map" LINKER:-z,nodelete)
 endfunction()

@@ -15,9 +15,12 @@ for file in "${files[@]}"; do
     rm -f -- "${DESTDIR:-}$file"
     printf 'Removed %s\n' "${DESTDIR:-}$file"
 done
-# Below the prefix, the one that holds bin/. A folder that is not empty stays.
-program=$(printf '%s\n' "${files[@]}" | grep -m 1 '/bin/[^/]*$')
-prefix="${DESTDIR:-}${program%/bin/*}"
+# Below what they have in common. A folder that is not empty stays.
+common=$(dirname "${files[0]}")
+for file in "${files[@]}"; do
+    while [[ "$file" != "$common"/* ]]; do common=$(dirname "$common"); done
+done
+prefix="${DESTDIR:-}$common"
 for file in "${files[@]}"; do
     folder=$(dirname "${DESTDIR:-}$file")
     while [ "$folder" != "$prefix" ] && rmdir -- "$folder" 2>/dev/null; do

@@ -4,6 +4,12 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
+version=$(sed -n 's/^project(KsProxy VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+if [ "$(dpkg-parsechangelog --show-field Version)" != "$version" ]; then
+    echo "build.sh: debian/changelog does not begin with version $version" >&2
+    exit 1
+fi
+
 packages=build/package
 rm -rf "$packages"
 mkdir -p "$packages/source"

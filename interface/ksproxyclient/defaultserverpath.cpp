@@ -39,7 +39,13 @@ QString serverBesideLibrary()
         = QDir::cleanPath(folder.filePath(QStringLiteral("../bin/KVTServerMaster")));
     const QString fromDeeper
         = QDir::cleanPath(folder.filePath(QStringLiteral("../../bin/KVTServerMaster")));
-    return !QFileInfo::exists(fromLib) && QFileInfo::exists(fromDeeper) ? fromDeeper : fromLib;
+    // Where neither is there, the one that could be.
+    for (const QString &path : {fromLib, fromDeeper}) {
+        if (QFileInfo::exists(path))
+            return path;
+    }
+    return !QFileInfo(fromLib).dir().exists() && QFileInfo(fromDeeper).dir().exists() ? fromDeeper
+                                                                                      : fromLib;
 }
 
 } // namespace

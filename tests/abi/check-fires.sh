@@ -49,3 +49,10 @@ QString=$(sed -n "s/.*class-decl name='QString'.* id='\([^']*\)'.*/\1/p" "$abi/l
 QByteArray=$(sed -n "s/.*class-decl name='QByteArray'.* id='\([^']*\)'.*/\1/p" "$abi/libksproxysession.abi" | head -n 1)
 change now libksproxysession "/name='errorString'/,/<\/function-decl>/s/$QString/$QByteArray/"
 must_fail "an operation that returns something else" libksproxysession
+
+optional=$(sed -n "s/.*class-decl name='optional&lt;TarnEnum::CommResults&gt;'.* id='\([^']*\)'.*/\1/p" "$abi/libksproxysession.abi" | head -n 1)
+change now libksproxysession "/name='deviceResult'/s/$optional/$QString/"
+must_fail "a member of another type" libksproxysession
+
+change now libksproxysession "s/<abi-instr/<abi-instr/; \$s/>$//"
+must_fail "a description that cannot be read" libksproxysession

@@ -43,6 +43,20 @@ static_assert(sizeof(SessionError) == 24 && sizeof(SessionOptions) == 40
               && sizeof(ReconnectPolicy) == 8);
 static_assert(sizeof(DeviceSession) == 24 && sizeof(DeviceReply) == 24
               && sizeof(DeviceTransfer) == 24);
+static_assert(offsetof(SessionOptions, startTimeoutMs) == 12
+              && offsetof(SessionOptions, registrationTimeoutMs) == 16
+              && offsetof(SessionOptions, requestTimeoutMs) == 20
+              && offsetof(SessionOptions, silenceLimitMs) == 24
+              && offsetof(SessionOptions, reconnect) == 28);
+static_assert(offsetof(DeviceBroadcast, data) == 24 && offsetof(DeviceBroadcast, tag) == 32
+              && offsetof(DeviceBroadcast, result) == 40 && offsetof(DeviceBroadcast, isRead) == 44
+              && offsetof(DeviceBroadcast, isWrite) == 45);
+static_assert(offsetof(EquipmentAddress, address) == 8 && offsetof(EquipmentAddress, port) == 12
+              && offsetof(EquipmentAddress, scanBoard) == 16
+              && offsetof(EquipmentAddress, deviceType) == 20);
+// Compiled into applications.
+static_assert(DeviceSession::DefaultTimeout == -1
+              && DeviceSession::MaxRequestBytes == 8 * 1024 * 1024);
 static_assert(static_cast<int>(SessionError::Code::OutOfMemory) == 20);
 static_assert(static_cast<int>(DeviceSession::State::Lost) == 5);
 
